@@ -1,0 +1,20 @@
+#pragma once
+
+#include "platform/foundation/Result.h"
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+// Whole-file writes that a crash, a kill or a full disk cannot leave half done: the
+// bytes go to a temporary file in the same folder, are flushed, and replace the old
+// file by rename; the folder is flushed last so the rename itself survives.
+class AtomicFile {
+public:
+    static Result<void> write(const std::filesystem::path& path, std::string_view bytes);
+    static Result<std::string> read(const std::filesystem::path& path);
+};
+
+} // namespace platform

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/foundation/Notification.h"
+
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace platform {
+
+// Delivers notifications synchronously, on the posting thread, to every observer whose
+// name and sender match, in the order they registered. Observers may add or remove
+// observers (themselves included) while being called.
+class NotificationCenter {
+public:
+    using Handler = std::function<void(const Notification&)>;
+    using ObserverToken = std::uint64_t;
+
+    static NotificationCenter& defaultCenter();
+
+    // `name` nullopt observes every name; a null `sender` observes every sender.
+    ObserverToken addObserver(std::optional<std::string> name, const void* sender, Handler handler);
+    void removeObserver(ObserverToken token);
+    void post(std::string name, const void* object = nullptr, Dictionary userInfo = {});
+
+private:
+    struct Observer {
+        ObserverToken token;
+        std::optional<std::string> name;
+        const void* sender;
+        std::shared_ptr<Handler> handler;
+    };
+
+    std::mutex mutex_;
+    std::vector<Observer> observers_;
+    ObserverToken nextToken_ = 1;
+};
+
+} // namespace platform
