@@ -12,11 +12,19 @@ NotificationCenter& NotificationCenter::defaultCenter() {
 }
 
 NotificationCenter::ObserverToken NotificationCenter::addObserver(std::optional<std::string> name,
-                                                                  const void* sender, Handler handler) {
+                                                                  const void* sender, Handler handler,
+                                                                  const void* owner) {
     std::lock_guard lock(mutex_);
     const ObserverToken token = nextToken_++;
-    observers_.push_back({token, std::move(name), sender, std::make_shared<Handler>(std::move(handler))});
+    observers_.push_back({token, std::move(name), sender, std::make_shared<Handler>(std::move(handler)), owner});
     return token;
+}
+
+void NotificationCenter::removeObserversOwnedBy(const void* owner) {
+    if (!owner)
+        return;
+    std::lock_guard lock(mutex_);
+    std::erase_if(observers_, [owner](const Observer& o) { return o.owner == owner; });
 }
 
 void NotificationCenter::removeObserver(ObserverToken token) {

@@ -22,8 +22,12 @@ public:
     static NotificationCenter& defaultCenter();
 
     // `name` nullopt observes every name; a null `sender` observes every sender.
-    ObserverToken addObserver(std::optional<std::string> name, const void* sender, Handler handler);
+    // `owner` names the object on whose behalf the observer is registered, so that the
+    // object can remove all its observers at once when it goes away.
+    ObserverToken addObserver(std::optional<std::string> name, const void* sender, Handler handler,
+                              const void* owner = nullptr);
     void removeObserver(ObserverToken token);
+    void removeObserversOwnedBy(const void* owner);
     void post(std::string name, const void* object = nullptr, Dictionary userInfo = {});
 
 private:
@@ -32,6 +36,7 @@ private:
         std::optional<std::string> name;
         const void* sender;
         std::shared_ptr<Handler> handler;
+        const void* owner;
     };
 
     std::mutex mutex_;

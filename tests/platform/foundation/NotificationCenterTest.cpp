@@ -48,6 +48,19 @@ TEST(NotificationCenter, ObserversMayChangeTheListDuringDelivery) {
     EXPECT_EQ(seen, (std::vector<std::string>{"first", "added"}));
 }
 
+TEST(NotificationCenter, AnOwnerRemovesAllItsObserversAtOnce) {
+    NotificationCenter center;
+    int owner = 0, other = 0, calls = 0;
+    center.addObserver("a", nullptr, [&](const Notification&) { ++calls; }, &owner);
+    center.addObserver("b", nullptr, [&](const Notification&) { ++calls; }, &owner);
+    center.addObserver("a", nullptr, [&](const Notification&) { calls += 10; }, &other);
+    center.removeObserversOwnedBy(&owner);
+    center.removeObserversOwnedBy(nullptr); // observers without an owner are not all removed
+    center.post("a");
+    center.post("b");
+    EXPECT_EQ(calls, 10);
+}
+
 TEST(NotificationCenter, HandlersMayPostFurtherNotifications) {
     NotificationCenter center;
     std::vector<std::string> seen;
