@@ -1,68 +1,115 @@
 #include "platform/foundation/Format.h"
 
 #include <cstdio>
+#include <optional>
 
 namespace platform {
+
+namespace {
+
+struct Spec {
+    std::string flags;
+    std::optional<int> width;
+    std::optional<int> precision;
+    char conversion = 0;
+};
+
+// Reads "[flags][width][.precision][length]conversion" after a '%'; nullopt when the
+// text there is not a conversion this formatter knows.
+std::optional<Spec> readSpec(std::string_view fmt, std::size_t& i) {
+    Spec spec;
+    while (i < fmt.size() && std::string_view("-+ 0#").find(fmt[i]) != std::string_view::npos)
+        spec.flags += fmt[i++];
+    auto number = [&]() -> std::optional<int> {
+        if (i >= fmt.size() || fmt[i] < '0' || fmt[i] > '9')
+            return std::nullopt;
+        int n = 0;
+        while (i < fmt.size() && fmt[i] >= '0' && fmt[i] <= '9' && n < 10000)
+            n = n * 10 + (fmt[i++] - '0');
+        return n;
+    };
+    spec.width = number();
+    if (i < fmt.size() && fmt[i] == '.') {
+        ++i;
+        spec.precision = number().value_or(0);
+    }
+    while (i < fmt.size() && std::string_view("lhqz").find(fmt[i]) != std::string_view::npos)
+        ++i;
+    if (i >= fmt.size() || std::string_view("@diuxXfgeEs").find(fmt[i]) == std::string_view::npos)
+        return std::nullopt;
+    spec.conversion = fmt[i];
+    return spec;
+}
+
+std::string printfSpec(const Spec& spec, const char* length, char conversion) {
+    std::string s = "%" + spec.flags;
+    if (spec.width)
+        s += std::to_string(*spec.width);
+    if (spec.precision)
+        s += "." + std::to_string(*spec.precision);
+    return s + length + conversion;
+}
+
+std::string pad(std::string text, const Spec& spec) {
+    if (spec.precision && text.size() > static_cast<std::size_t>(*spec.precision))
+        text.resize(static_cast<std::size_t>(*spec.precision));
+    if (spec.width && text.size() < static_cast<std::size_t>(*spec.width)) {
+        const std::string fill(static_cast<std::size_t>(*spec.width) - text.size(), ' ');
+        text = spec.flags.find('-') != std::string::npos ? text + fill : fill + text;
+    }
+    return text;
+}
+
+std::string render(const Spec& spec, const Value* arg) {
+    if (!arg)
+        return pad("(null)", spec);
+    char buf[128];
+    switch (spec.conversion) {
+    case '@':
+        return pad(arg->description(), spec);
+    case 's':
+        return pad(arg->stringValue(), spec);
+    case 'd':
+    case 'i':
+        std::snprintf(buf, sizeof buf, printfSpec(spec, "ll", 'd').c_str(),
+                      static_cast<long long>(arg->integerValue()));
+        return buf;
+    case 'u':
+    case 'x':
+    case 'X':
+        std::snprintf(buf, sizeof buf, printfSpec(spec, "ll", spec.conversion).c_str(),
+                      static_cast<unsigned long long>(arg->unsignedValue()));
+        return buf;
+    default:
+        std::snprintf(buf, sizeof buf, printfSpec(spec, "", spec.conversion).c_str(), arg->doubleValue());
+        return buf;
+    }
+}
+
+} // namespace
 
 std::string format(std::string_view fmt, std::initializer_list<Value> args) {
     std::string out;
     out.reserve(fmt.size() + 32);
     auto next = args.begin();
-    auto take = [&]() -> const Value* {
-        return next == args.end() ? nullptr : &*next++;
-    };
     for (std::size_t i = 0; i < fmt.size(); ++i) {
-        if (fmt[i] != '%' || i + 1 >= fmt.size()) {
+        if (fmt[i] != '%') {
             out += fmt[i];
             continue;
         }
-        std::size_t j = i + 1;
-        while (j < fmt.size() && fmt[j] == 'l')
-            ++j;
-        if (j >= fmt.size()) {
-            out.append(fmt.substr(i));
-            break;
-        }
-        const char conversion = fmt[j];
-        if (conversion == '%' && j == i + 1) {
+        if (i + 1 < fmt.size() && fmt[i + 1] == '%') {
             out += '%';
-            i = j;
+            ++i;
             continue;
         }
-        if (std::string_view("@diufgs").find(conversion) == std::string_view::npos) {
-            out.append(fmt.substr(i, j - i + 1));
-            i = j;
+        std::size_t j = i + 1;
+        const auto spec = readSpec(fmt, j);
+        if (!spec) {
+            out += '%'; // not a conversion: copied as it stands
             continue;
         }
-        const Value* arg = take();
-        if (!arg) {
-            out += "(null)";
-        } else {
-            char buf[64];
-            switch (conversion) {
-            case '@':
-                out += arg->description();
-                break;
-            case 'd':
-            case 'i':
-                out += std::to_string(arg->integerValue());
-                break;
-            case 'u':
-                out += std::to_string(arg->unsignedValue());
-                break;
-            case 'f':
-                std::snprintf(buf, sizeof buf, "%f", arg->doubleValue());
-                out += buf;
-                break;
-            case 'g':
-                std::snprintf(buf, sizeof buf, "%g", arg->doubleValue());
-                out += buf;
-                break;
-            default:
-                out += arg->stringValue();
-                break;
-            }
-        }
+        const Value* arg = next == args.end() ? nullptr : &*next++;
+        out += render(*spec, arg);
         i = j;
     }
     return out;

@@ -9,9 +9,10 @@
 namespace platform {
 
 // printf-style formatting over Values, for log lines and query templates:
-// %@ description, %d %i %ld %lld %li integer, %u unsigned, %f (six decimals), %g,
-// %s string value, %% a percent sign. A missing argument renders "(null)"; surplus
-// arguments are ignored; an unknown conversion is copied as it stands.
+// %@ description, %d %i integer, %u %x %X unsigned, %f %g %e real, %s string value,
+// %% a percent sign; flags, width, precision and length modifiers as printf takes them
+// ("%02i:%02i"). A missing argument renders "(null)"; surplus arguments are ignored;
+// an unknown conversion is copied as it stands.
 std::string format(std::string_view fmt, std::initializer_list<Value> args);
 
 } // namespace platform

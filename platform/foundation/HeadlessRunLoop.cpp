@@ -16,12 +16,14 @@ HeadlessRunLoop::HeadlessRunLoop() : mainThread_(std::this_thread::get_id()) {}
 
 HeadlessRunLoop::~HeadlessRunLoop() {
     // A thread still waiting for its perform must not hang: release it unrun.
-    std::lock_guard lock(mutex_);
-    for (auto& item : queue_)
+    std::deque<Item> abandoned;
+    {
+        std::lock_guard lock(mutex_);
+        abandoned.swap(queue_);
+    }
+    for (auto& item : abandoned)
         if (item.waiter)
-            item.waiter->done = true;
-    queue_.clear();
-    finished_.notify_all();
+            item.waiter->finish();
     if (RunLoop::main() == this)
         RunLoop::setMain(nullptr);
 }
@@ -31,8 +33,12 @@ bool HeadlessRunLoop::isMainThread() const {
 }
 
 double HeadlessRunLoop::now() const {
-    std::lock_guard lock(mutex_);
-    return timeSource_ ? timeSource_() : steadySeconds();
+    TimeSource source;
+    {
+        std::lock_guard lock(mutex_);
+        source = timeSource_;
+    }
+    return source ? source() : steadySeconds();
 }
 
 void HeadlessRunLoop::setTimeSource(TimeSource source) {
@@ -45,12 +51,16 @@ void HeadlessRunLoop::performOnMainThread(Task task, bool waitUntilDone) {
         task();
         return;
     }
-    std::unique_lock lock(mutex_);
     auto waiter = waitUntilDone ? std::make_shared<Waiter>() : nullptr;
-    queue_.push_back({std::move(task), waiter});
-    wake_.notify_all();
-    if (waiter)
-        finished_.wait(lock, [&] { return waiter->done; });
+    {
+        std::lock_guard lock(mutex_);
+        queue_.push_back({std::move(task), waiter});
+        wake_.notify_all();
+    }
+    if (waiter) {
+        std::unique_lock lock(waiter->mutex);
+        waiter->cv.wait(lock, [&] { return waiter->done; });
+    }
 }
 
 void HeadlessRunLoop::performAfterDelay(Task task, double seconds) {
@@ -74,7 +84,7 @@ std::vector<double> HeadlessRunLoop::pendingTimerDelays() const {
     return delays;
 }
 
-bool HeadlessRunLoop::runPending() {
+bool HeadlessRunLoop::runPending(std::uint64_t timerLimit) {
     std::deque<Item> batch;
     {
         std::lock_guard lock(mutex_);
@@ -83,21 +93,22 @@ bool HeadlessRunLoop::runPending() {
     bool ran = !batch.empty();
     for (auto& item : batch) {
         item.task();
-        if (item.waiter) {
-            std::lock_guard lock(mutex_);
-            item.waiter->done = true;
-            finished_.notify_all();
-        }
+        if (item.waiter)
+            item.waiter->finish();
     }
     // Timers that are due now; ones they arm run on a later pass.
     const double t = now();
     std::vector<Task> due;
     {
         std::lock_guard lock(mutex_);
-        auto end = timers_.upper_bound({t, UINT64_MAX});
-        for (auto it = timers_.begin(); it != end; ++it)
+        for (auto it = timers_.begin(); it != timers_.end() && it->first.first <= t;) {
+            if (it->first.second >= timerLimit) {
+                ++it;
+                continue;
+            }
             due.push_back(std::move(it->second));
-        timers_.erase(timers_.begin(), end);
+            it = timers_.erase(it);
+        }
     }
     for (auto& task : due)
         task();
@@ -107,12 +118,11 @@ bool HeadlessRunLoop::runPending() {
 bool HeadlessRunLoop::runOnce(double timeoutSeconds) {
     if (runPending())
         return true;
+    const double t = now();
     std::unique_lock lock(mutex_);
     double wait = timeoutSeconds;
-    if (!timers_.empty()) {
-        const double t = timeSource_ ? timeSource_() : steadySeconds();
+    if (!timers_.empty())
         wait = std::min(wait, std::max(0.0, timers_.begin()->first.first - t));
-    }
     if (queue_.empty() && !stopped_ && wait > 0)
         wake_.wait_for(lock, std::chrono::duration<double>(wait));
     lock.unlock();
@@ -120,7 +130,12 @@ bool HeadlessRunLoop::runOnce(double timeoutSeconds) {
 }
 
 void HeadlessRunLoop::runUntilIdle() {
-    while (runPending()) {
+    std::uint64_t limit = 0;
+    {
+        std::lock_guard lock(mutex_);
+        limit = timerSequence_;
+    }
+    while (runPending(limit)) {
     }
 }
 
@@ -131,15 +146,13 @@ void HeadlessRunLoop::runFor(double seconds) {
 }
 
 void HeadlessRunLoop::run() {
-    {
-        std::lock_guard lock(mutex_);
-        stopped_ = false;
-    }
     for (;;) {
         {
             std::lock_guard lock(mutex_);
-            if (stopped_)
+            if (stopped_) {
+                stopped_ = false; // the next run() runs again
                 return;
+            }
         }
         runOnce(1.0);
     }

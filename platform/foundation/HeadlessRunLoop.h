@@ -28,13 +28,14 @@ public:
     void performAfterDelay(Task task, double seconds) override;
     bool isMainThread() const override;
 
-    // Runs until stop() (callable from any thread).
+    // Runs until stop() (callable from any thread, also before run() starts).
     void run();
     void stop();
     // Runs what is queued and the timers that are due, waiting up to `timeoutSeconds`
     // for work when there is none; true when anything ran.
     bool runOnce(double timeoutSeconds);
-    // Runs queued performs and due timers until none is left.
+    // Runs queued performs and due timers until none is left; timers armed meanwhile
+    // wait for a later turn, so a timer that re-arms itself cannot keep this going.
     void runUntilIdle();
     void runFor(double seconds);
 
@@ -44,8 +45,17 @@ public:
     std::vector<double> pendingTimerDelays() const;
 
 private:
+    // A cross-thread caller waits on its own waiter, never on the loop's state, so the
+    // loop may be destroyed while it waits.
     struct Waiter {
+        std::mutex mutex;
+        std::condition_variable cv;
         bool done = false;
+        void finish() {
+            std::lock_guard lock(mutex);
+            done = true;
+            cv.notify_all();
+        }
     };
     struct Item {
         Task task;
@@ -53,12 +63,12 @@ private:
     };
 
     double now() const;
-    bool runPending(); // runs one batch of queued items and due timers
+    // Runs one batch of queued items and of due timers armed before `timerLimit`.
+    bool runPending(std::uint64_t timerLimit = UINT64_MAX);
 
     std::thread::id mainThread_;
     mutable std::mutex mutex_;
     std::condition_variable wake_;
-    std::condition_variable finished_; // signals waiting cross-thread performs
     std::deque<Item> queue_;
     std::multimap<std::pair<double, std::uint64_t>, Task> timers_;
     std::uint64_t timerSequence_ = 0;

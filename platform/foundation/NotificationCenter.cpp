@@ -16,7 +16,8 @@ NotificationCenter::ObserverToken NotificationCenter::addObserver(std::optional<
                                                                   const void* owner) {
     std::lock_guard lock(mutex_);
     const ObserverToken token = nextToken_++;
-    observers_.push_back({token, std::move(name), sender, std::make_shared<Handler>(std::move(handler)), owner});
+    observers_.push_back(
+        {token, std::move(name), sender, std::make_shared<Handler>(std::move(handler)), owner});
     return token;
 }
 

@@ -4,9 +4,12 @@
 #include "platform/foundation/Log.h"
 #include "platform/foundation/PropertyList.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <optional>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -26,9 +29,16 @@ class DomainLock {
 public:
     explicit DomainLock(const fs::path& path)
         : fd_(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-        if (fd_ >= 0)
-            while (::flock(fd_, LOCK_EX) != 0 && errno == EINTR) {
+        if (fd_ < 0) {
+            error_ = makeError("cannot lock " + path.string() + ": " + std::strerror(errno), errno);
+            return;
+        }
+        while (::flock(fd_, LOCK_EX) != 0) {
+            if (errno != EINTR) {
+                error_ = makeError("cannot lock " + path.string() + ": " + std::strerror(errno), errno);
+                break;
             }
+        }
     }
     ~DomainLock() {
         if (fd_ >= 0)
@@ -37,15 +47,21 @@ public:
     DomainLock(const DomainLock&) = delete;
     DomainLock& operator=(const DomainLock&) = delete;
 
+    const std::optional<Error>& error() const { return error_; }
+
 private:
     int fd_;
+    std::optional<Error> error_;
 };
 
 } // namespace
 
 UserDefaults::UserDefaults(std::string domain, fs::path folder)
     : domain_(std::move(domain)), folder_(std::move(folder)) {
-    persistent_ = readDomain(domain_);
+    DomainRead read = readDomain(domain_);
+    if (read.state == DomainState::Unreadable || read.state == DomainState::Damaged)
+        Log::line("UserDefaults: " + pathForDomain(domain_).string() + ": " + read.problem);
+    persistent_ = read.values;
 }
 
 fs::path UserDefaults::standardFolder() {
@@ -82,40 +98,51 @@ fs::path UserDefaults::pathForDomain(std::string_view name) const {
     return folder_ / (std::string(name) + ".plist");
 }
 
-Dictionary UserDefaults::readDomain(std::string_view name) const {
+UserDefaults::DomainRead UserDefaults::readDomain(std::string_view name) const {
     const fs::path path = pathForDomain(name);
     std::error_code ec;
     if (!fs::exists(path, ec))
-        return Dictionary();
+        return {ec ? DomainState::Unreadable : DomainState::Absent, Dictionary(), ec ? ec.message() : ""};
     auto bytes = AtomicFile::read(path);
-    if (!bytes) {
-        Log::line("UserDefaults: " + bytes.error().message);
-        return Dictionary();
-    }
+    if (!bytes)
+        return {DomainState::Unreadable, Dictionary(), bytes.error().message};
     auto parsed = PropertyList::parse(bytes.value());
-    if (!parsed || !parsed.value().isDictionary()) {
-        // Keep the damaged file for the user instead of silently writing over it.
+    if (!parsed)
+        return {DomainState::Damaged, Dictionary(), parsed.error().message};
+    if (!parsed.value().isDictionary())
+        return {DomainState::Damaged, Dictionary(), "not a dictionary"};
+    return {DomainState::Read, *parsed.value().dictionary(), ""};
+}
+
+Result<void> UserDefaults::writeDomainLocked(const Dictionary& values, std::string_view name) {
+    const fs::path path = pathForDomain(name);
+    // Checked again under the lock: keep a damaged file for the user instead of
+    // silently writing over what may be their only copy of their settings.
+    if (readDomain(name).state == DomainState::Damaged) {
         fs::path aside = path;
         aside += ".corrupt";
+        std::error_code ec;
         fs::rename(path, aside, ec);
-        Log::line("UserDefaults: " + path.string() + " is not a readable property list (" +
-                  (parsed ? std::string("not a dictionary") : parsed.error().message) + "); moved to " +
+        Log::line("UserDefaults: " + path.string() + " was not a readable property list; moved to " +
                   aside.string());
-        return Dictionary();
     }
-    return *parsed.value().dictionary();
+    auto xml = PropertyList::xml(values);
+    if (!xml)
+        return xml.error();
+    return AtomicFile::write(path, xml.value());
 }
 
 Value UserDefaults::valueForKey(std::string_view key) const {
     std::lock_guard lock(mutex_);
     Value v = persistent_.get(key);
-    return v.isNull() ? registered_.get(key) : v;
+    return (v.isNull() ? registered_.get(key) : v).deepCopy();
 }
 
 void UserDefaults::setObject(Value value, std::string key) {
+    Value copy = value.deepCopy();
     std::lock_guard lock(mutex_);
     changed_.insert(key);
-    persistent_.set(std::move(key), std::move(value));
+    persistent_.set(std::move(key), std::move(copy));
 }
 
 void UserDefaults::removeObjectForKey(std::string_view key) {
@@ -123,8 +150,9 @@ void UserDefaults::removeObjectForKey(std::string_view key) {
 }
 
 void UserDefaults::registerDefaults(const Dictionary& defaults) {
+    const Value copy = Value(defaults).deepCopy();
     std::lock_guard lock(mutex_);
-    registered_.addEntries(defaults);
+    registered_.addEntries(*copy.dictionary());
 }
 
 Result<void> UserDefaults::synchronize() {
@@ -134,15 +162,18 @@ Result<void> UserDefaults::synchronize() {
     if (ec)
         return makeError("cannot create " + folder_.string() + ": " + ec.message(), ec.value());
     DomainLock fileLock(folder_ / ("." + domain_ + ".lock"));
+    if (fileLock.error())
+        return *fileLock.error();
     // What other processes wrote, with this process's own changes on top.
-    Dictionary merged = readDomain(domain_);
+    DomainRead onDisk = readDomain(domain_);
+    if (onDisk.state == DomainState::Unreadable)
+        return makeError(pathForDomain(domain_).string() + " cannot be read (" + onDisk.problem +
+                         "); settings not saved");
+    Dictionary merged = onDisk.values;
     for (const auto& key : changed_)
         merged.set(key, persistent_.get(key));
-    if (!changed_.empty()) {
-        auto xml = PropertyList::xml(merged);
-        if (!xml)
-            return xml.error();
-        if (auto written = AtomicFile::write(pathForDomain(domain_), xml.value()); !written)
+    if (!changed_.empty() || onDisk.state == DomainState::Damaged) {
+        if (auto written = writeDomainLocked(merged, domain_); !written)
             return written;
         changed_.clear();
     }
@@ -154,25 +185,28 @@ Dictionary UserDefaults::persistentDomainForName(std::string_view name) const {
     {
         std::lock_guard lock(mutex_);
         if (name == domain_)
-            return persistent_.mutableCopy();
+            return *Value(persistent_).deepCopy().dictionary();
     }
-    return readDomain(name);
+    return readDomain(name).values;
 }
 
 Result<void> UserDefaults::setPersistentDomain(const Dictionary& domain, std::string_view name) {
+    const Dictionary copy = *Value(domain).deepCopy().dictionary();
+    // Our own domain is also our in-memory state: hold it steady while it is replaced.
+    std::unique_lock ownLock(mutex_, std::defer_lock);
+    if (name == domain_)
+        ownLock.lock();
     std::error_code ec;
     fs::create_directories(folder_, ec);
     if (ec)
         return makeError("cannot create " + folder_.string() + ": " + ec.message(), ec.value());
-    auto xml = PropertyList::xml(domain);
-    if (!xml)
-        return xml.error();
     DomainLock fileLock(folder_ / ("." + std::string(name) + ".lock"));
-    if (auto written = AtomicFile::write(pathForDomain(name), xml.value()); !written)
+    if (fileLock.error())
+        return *fileLock.error();
+    if (auto written = writeDomainLocked(copy, name); !written)
         return written;
     if (name == domain_) {
-        std::lock_guard lock(mutex_);
-        persistent_ = domain.mutableCopy();
+        persistent_ = copy;
         changed_.clear();
     }
     return {};
@@ -182,7 +216,7 @@ Dictionary UserDefaults::dictionaryRepresentation() const {
     std::lock_guard lock(mutex_);
     Dictionary all = registered_.mutableCopy();
     all.addEntries(persistent_);
-    return all;
+    return *Value(all).deepCopy().dictionary();
 }
 
 } // namespace platform

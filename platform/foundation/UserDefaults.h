@@ -35,7 +35,8 @@ public:
     bool boolForKey(std::string_view key) const { return valueForKey(key).boolValue(); }
     std::string stringForKey(std::string_view key) const { return valueForKey(key).stringValue(); }
 
-    // A null value removes the key.
+    // A null value removes the key. Collections are copied in and out, so an edit to a
+    // list taken from the defaults changes nothing until it is set again.
     void setObject(Value value, std::string key);
     void removeObjectForKey(std::string_view key);
     void registerDefaults(const Dictionary& defaults);
@@ -51,7 +52,16 @@ public:
     std::filesystem::path pathForDomain(std::string_view name) const;
 
 private:
-    Dictionary readDomain(std::string_view name) const;
+    enum class DomainState { Absent, Read, Unreadable, Damaged };
+    struct DomainRead {
+        DomainState state;
+        Dictionary values;
+        std::string problem;
+    };
+    // Never changes the file: a damaged one is only moved aside by a writer, under the
+    // domain's lock.
+    DomainRead readDomain(std::string_view name) const;
+    Result<void> writeDomainLocked(const Dictionary& values, std::string_view name);
 
     std::string domain_;
     std::filesystem::path folder_;

@@ -23,6 +23,9 @@ TEST(Format, RendersEachConversion) {
         {format("%@", {Array{"a b"}}), "(\n    \"a b\"\n)"},
         {format("odd %q and trailing %", {1}), "odd %q and trailing %"},
         {format("only %@", {1, 2, 3}), "only 1"},
+        {format("%02i:%02i", {7, 5}), "07:05"},
+        {format("[%-6s|%6@|%.2s]", {"ab", "cd", "xyz"}), "[ab    |    cd|xy]"},
+        {format("%.1f %5.2f %x", {2.25, 3.14159, 255}), "2.2  3.14 ff"},
     };
     for (const auto& [actual, expected] : cases)
         EXPECT_EQ(actual, expected);

@@ -51,9 +51,12 @@ TEST(NotificationCenter, ObserversMayChangeTheListDuringDelivery) {
 TEST(NotificationCenter, AnOwnerRemovesAllItsObserversAtOnce) {
     NotificationCenter center;
     int owner = 0, other = 0, calls = 0;
-    center.addObserver("a", nullptr, [&](const Notification&) { ++calls; }, &owner);
-    center.addObserver("b", nullptr, [&](const Notification&) { ++calls; }, &owner);
-    center.addObserver("a", nullptr, [&](const Notification&) { calls += 10; }, &other);
+    center.addObserver(
+        "a", nullptr, [&](const Notification&) { ++calls; }, &owner);
+    center.addObserver(
+        "b", nullptr, [&](const Notification&) { ++calls; }, &owner);
+    center.addObserver(
+        "a", nullptr, [&](const Notification&) { calls += 10; }, &other);
     center.removeObserversOwnedBy(&owner);
     center.removeObserversOwnedBy(nullptr); // observers without an owner are not all removed
     center.post("a");

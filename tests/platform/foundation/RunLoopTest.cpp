@@ -1,6 +1,7 @@
 #include "platform/foundation/HeadlessRunLoop.h"
 
 #include <atomic>
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
@@ -82,6 +83,41 @@ TEST(HeadlessRunLoop, ATimerThatReArmsItselfRunsOncePerTurn) {
     loop.runOnce(0);
     EXPECT_EQ(runs, 1);
     EXPECT_EQ(loop.pendingTimerDelays().size(), 1u);
+}
+
+} // namespace
+
+namespace {
+
+TEST(HeadlessRunLoop, RunUntilIdleLeavesTimersArmedMeanwhileForLater) {
+    HeadlessRunLoop loop;
+    double now = 0;
+    loop.setTimeSource([&] { return now; });
+    int runs = 0;
+    std::function<void()> tick = [&] {
+        ++runs;
+        loop.performAfterDelay(tick, 0);
+    };
+    loop.performAfterDelay(tick, 0);
+    loop.runUntilIdle(); // returns although the timer keeps re-arming
+    EXPECT_EQ(runs, 1);
+    loop.runUntilIdle();
+    EXPECT_EQ(runs, 2);
+}
+
+TEST(HeadlessRunLoop, StopBeforeRunIsNotLost) {
+    HeadlessRunLoop loop;
+    loop.stop();
+    loop.run(); // returns at once
+    int ran = 0;
+    loop.performOnMainThread(
+        [&] {
+            ++ran;
+            loop.stop();
+        },
+        false);
+    loop.run(); // runs again after a stop
+    EXPECT_EQ(ran, 1);
 }
 
 } // namespace

@@ -122,17 +122,31 @@ TEST_F(UserDefaultsTest, ConcurrentWritersNeverLoseKeysOrBreakTheFile) {
         EXPECT_EQ(entry.path().extension() == ".tmp", false) << entry.path();
 }
 
-// A damaged file is kept aside for the user, never silently overwritten.
-TEST_F(UserDefaultsTest, UnreadableFileIsMovedAsideAndReported) {
+// A damaged file is reported on reading and kept aside, never silently overwritten.
+TEST_F(UserDefaultsTest, DamagedFileIsReportedAndMovedAsideBeforeWriting) {
     std::ofstream(file()) << "<plist><dict><key>half";
     ScopedLogCapture log;
     UserDefaults d = open();
     EXPECT_TRUE(d.valueForKey("anything").isNull());
-    EXPECT_TRUE(fs::exists(folder_ / "lumetta-mail.plist.corrupt"));
-    EXPECT_TRUE(log.contains("moved to"));
+    EXPECT_TRUE(log.contains(file().string()));
+    EXPECT_TRUE(fs::exists(file())); // reading alone never moves it
     d.setObject(1, "lumettaDebugLogging");
     ASSERT_TRUE(d.synchronize().ok());
+    EXPECT_EQ(testsupport::readFile(folder_ / "lumetta-mail.plist.corrupt"), "<plist><dict><key>half");
     EXPECT_EQ(open().integerForKey("lumettaDebugLogging"), 1);
+}
+
+// Collections are copied in and out: editing a list taken from the defaults changes
+// nothing stored until it is set again.
+TEST_F(UserDefaultsTest, ListsTakenFromTheDefaultsAreCopies) {
+    UserDefaults d = open();
+    Array list{Dictionary{{"title", "Work"}}};
+    d.setObject(list, "lumettaKeyWords");
+    list.add(Dictionary{{"title", "after set"}});
+    Value taken = d.valueForKey("lumettaKeyWords");
+    Dictionary first = *taken.array()->at(0).dictionary(); // shares the taken copy
+    first.set("title", "edited in place");
+    EXPECT_EQ(d.valueForKey("lumettaKeyWords"), Value(Array{Dictionary{{"title", "Work"}}}));
 }
 
 TEST_F(UserDefaultsTest, PersistentDomainsByNameAreSeparateFiles) {
