@@ -1,5 +1,7 @@
 #include "platform/foundation/PropertyListXmlReader.h"
 
+#include "platform/foundation/XmlText.h"
+
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -24,24 +26,6 @@ std::string_view trim(std::string_view s) {
     return s;
 }
 
-void appendUtf8(std::string& out, std::uint32_t cp) {
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
-}
-
 // Decodes the five named entities and numeric character references.
 bool decodeEntities(std::string_view raw, std::string& out) {
     out.reserve(out.size() + raw.size());
@@ -54,30 +38,8 @@ bool decodeEntities(std::string_view raw, std::string& out) {
         const auto semi = raw.find(';', amp);
         if (semi == std::string_view::npos || semi - amp > 12)
             return false;
-        const std::string_view name = raw.substr(amp + 1, semi - amp - 1);
-        if (name == "amp")
-            out += '&';
-        else if (name == "lt")
-            out += '<';
-        else if (name == "gt")
-            out += '>';
-        else if (name == "quot")
-            out += '"';
-        else if (name == "apos")
-            out += '\'';
-        else if (name.size() > 1 && name[0] == '#') {
-            const bool hex = name[1] == 'x' || name[1] == 'X';
-            const std::string_view digits = name.substr(hex ? 2 : 1);
-            std::uint32_t cp = 0;
-            const auto [end, ec] =
-                std::from_chars(digits.data(), digits.data() + digits.size(), cp, hex ? 16 : 10);
-            if (ec != std::errc() || end != digits.data() + digits.size() || digits.empty() || cp == 0 ||
-                cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF))
-                return false;
-            appendUtf8(out, cp);
-        } else {
+        if (!XmlText::appendReference(raw.substr(amp + 1, semi - amp - 1), out))
             return false;
-        }
         i = semi + 1;
     }
     return true;

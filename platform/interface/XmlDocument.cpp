@@ -1,5 +1,7 @@
 #include "platform/interface/XmlDocument.h"
 
+#include "platform/foundation/XmlText.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <optional>
@@ -40,59 +42,6 @@ bool isNameStart(char c) {
 
 bool isNameChar(char c) {
     return isNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
-}
-
-// The characters XML 1.0 allows in a document, so that a character reference
-// cannot smuggle in a NUL or half a surrogate pair.
-bool isXmlChar(std::uint32_t cp) {
-    return cp == 0x9 || cp == 0xA || cp == 0xD || (cp >= 0x20 && cp <= 0xD7FF) ||
-           (cp >= 0xE000 && cp <= 0xFFFD) || (cp >= 0x10000 && cp <= 0x10FFFF);
-}
-
-void appendUtf8(std::string& out, std::uint32_t cp) {
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
-}
-
-std::optional<std::uint32_t> parseCharacterReference(std::string_view digits) {
-    int base = 10;
-    if (!digits.empty() && digits.front() == 'x') {
-        base = 16;
-        digits.remove_prefix(1);
-    }
-    if (digits.empty())
-        return std::nullopt;
-    std::uint32_t cp = 0;
-    for (const char c : digits) {
-        int d = -1;
-        if (c >= '0' && c <= '9')
-            d = c - '0';
-        else if (base == 16 && c >= 'a' && c <= 'f')
-            d = c - 'a' + 10;
-        else if (base == 16 && c >= 'A' && c <= 'F')
-            d = c - 'A' + 10;
-        if (d < 0)
-            return std::nullopt;
-        cp = cp * static_cast<std::uint32_t>(base) + static_cast<std::uint32_t>(d);
-        if (cp > 0x10FFFF)
-            return std::nullopt;
-    }
-    if (!isXmlChar(cp))
-        return std::nullopt;
-    return cp;
 }
 
 class Parser {
@@ -264,24 +213,10 @@ private:
             if (semi == std::string_view::npos || semi - amp > 12)
                 return fail(rawPos + amp, "'&' that does not start an entity");
             const std::string_view name = raw.substr(amp + 1, semi - amp - 1);
-            if (name == "amp")
-                out += '&';
-            else if (name == "lt")
-                out += '<';
-            else if (name == "gt")
-                out += '>';
-            else if (name == "quot")
-                out += '"';
-            else if (name == "apos")
-                out += '\'';
-            else if (!name.empty() && name.front() == '#') {
-                const auto cp = parseCharacterReference(name.substr(1));
-                if (!cp)
-                    return fail(rawPos + amp, "invalid character reference &" + std::string(name) + ";");
-                appendUtf8(out, *cp);
-            } else {
-                return fail(rawPos + amp, "unknown entity &" + std::string(name) + ";");
-            }
+            if (!XmlText::appendReference(name, out))
+                return fail(rawPos + amp,
+                            (name.starts_with('#') ? "invalid character reference &" : "unknown entity &") +
+                                std::string(name) + ";");
             i = semi + 1;
         }
         return std::nullopt;
