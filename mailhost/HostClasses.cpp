@@ -1,11 +1,17 @@
 #include "mailhost/HostClasses.h"
 
 #include "mailhost/bundle/MVMailBundle.h"
+#include "mailhost/mail/Library.h"
+#include "mailhost/mail/LibraryMessage.h"
+#include "mailhost/mail/RecoveredMessage.h"
 
 namespace mailhost {
 
 void registerHostClasses() {
     MVMailBundle::registerClass();
+    LibraryIMAPMessage::registerClass(); // with Message and LibraryMessage
+    RecoveredMessage::registerClass();
+    Library::registerClass();
 }
 
 } // namespace mailhost

@@ -2,6 +2,7 @@
 #include "mailhost/bundle/BundleLoader.h"
 #include "mailhost/cli/BuildReport.h"
 #include "mailhost/cli/DefaultsCommand.h"
+#include "mailhost/cli/LibraryCommands.h"
 #include "platform/foundation/HeadlessRunLoop.h"
 #include "platform/foundation/UserDefaults.h"
 
@@ -20,9 +21,41 @@ int main(int argc, char** argv) {
     app.set_version_flag("--version", mailhost::BuildReport::versionLine());
     app.require_subcommand(0, 1);
 
-    std::string library;
+    std::string library = mailhost::LibraryCommands::defaultLibraryPath().string();
+    bool json = false;
+    app.add_option("--library", library,
+                   "The mail library's folder (default $LUMETTA_LIBRARY or "
+                   "$XDG_DATA_HOME/lumetta-mail/Mail)");
+    app.add_flag("--json", json, "Print listings as JSON");
+
+    std::string reportLibrary;
     auto* report = app.add_subcommand("report", "Show what is built and what it reads of a mail library");
-    report->add_option("library", library, "Root folder of the mail library")->required();
+    report->add_option("library", reportLibrary, "Root folder of the mail library")->required();
+
+    auto* init = app.add_subcommand("init", "Make a new mail library with the standard mailboxes");
+    auto* mailboxes = app.add_subcommand("mailboxes", "List the mailboxes and their message counts");
+    std::string mailbox;
+    auto* ls = app.add_subcommand("ls", "List the messages of one mailbox, or of all");
+    ls->add_option("mailbox", mailbox, "Mailbox name, e.g. INBOX or Projects/Apollo");
+    std::string target;
+    bool body = false;
+    auto* show = app.add_subcommand("show", "Show a message by number, or a loose .emlx file");
+    show->add_option("message", target, "Message number or .emlx path")->required();
+    show->add_flag("--body", body, "Print the message text too");
+    std::string importBox = "INBOX";
+    std::vector<std::string> paths;
+    auto* import = app.add_subcommand("import", "Import .eml, .emlx, mbox or Maildir mail");
+    import->add_option("--mailbox", importBox, "Mailbox to import into (made when missing)");
+    import->add_option("paths", paths, "Files or folders to import")->required();
+    std::vector<std::string> ids;
+    bool markRead = false, markUnread = false, markFlagged = false, markUnflagged = false;
+    auto* mark = app.add_subcommand("mark", "Mark messages read, unread, flagged or unflagged");
+    mark->add_option("ids", ids, "Message numbers")->required();
+    auto* how = mark->add_option_group("state")->require_option(1);
+    how->add_flag("--read", markRead);
+    how->add_flag("--unread", markUnread);
+    how->add_flag("--flagged", markFlagged);
+    how->add_flag("--unflagged", markUnflagged);
 
     auto* defaults = app.add_subcommand("defaults", "Read and change the mail client's settings");
     defaults->require_subcommand(1);
@@ -59,8 +92,22 @@ int main(int argc, char** argv) {
 
     int status = 0;
     auto& standard = platform::UserDefaults::standard();
+    const mailhost::LibraryCommands::Context context{library, json, std::cout, std::cerr};
     if (*report) {
-        std::cout << mailhost::BuildReport::describe(library);
+        std::cout << mailhost::BuildReport::describe(reportLibrary);
+    } else if (*init) {
+        status = mailhost::LibraryCommands::init(context);
+    } else if (*mailboxes) {
+        status = mailhost::LibraryCommands::mailboxes(context);
+    } else if (*ls) {
+        status = mailhost::LibraryCommands::list(context, mailbox);
+    } else if (*show) {
+        status = mailhost::LibraryCommands::show(context, target, body);
+    } else if (*import) {
+        status = mailhost::LibraryCommands::import(context, importBox, paths);
+    } else if (*mark) {
+        const char* state = markRead ? "read" : markUnread ? "unread" : markFlagged ? "flagged" : "unflagged";
+        status = mailhost::LibraryCommands::mark(context, ids, state);
     } else if (*dRead) {
         status = mailhost::DefaultsCommand::read(standard, key, std::cout, std::cerr);
     } else if (*dWrite) {

@@ -1,0 +1,299 @@
+#include "mailhost/cli/LibraryCommands.h"
+
+#include "mailhost/cli/Json.h"
+#include "mailhost/import/MessageSource.h"
+#include "mailhost/mail/Library.h"
+#include "mailhost/mail/RecoveredMessage.h"
+#include "platform/foundation/Date.h"
+
+#include <charconv>
+#include <cstdlib>
+#include <ctime>
+#include <unistd.h>
+
+namespace mailhost {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string isoDate(double sinceReference) {
+    if (sinceReference == 0)
+        return {};
+    const auto t = static_cast<std::time_t>(platform::Date{sinceReference}.unixSeconds());
+    std::tm tm{};
+    gmtime_r(&t, &tm);
+    char buf[32];
+    std::strftime(buf, sizeof buf, "%Y-%m-%dT%H:%M:%SZ", &tm);
+    return buf;
+}
+
+std::unique_ptr<Library> openLibrary(const LibraryCommands::Context& c) {
+    auto library = Library::open(c.library, false);
+    if (!library) {
+        c.err << "lumetta: " << library.error().message << "\n";
+        return nullptr;
+    }
+    return std::move(library.value());
+}
+
+void writeMessage(Json& json, const LibraryMessage& m) {
+    const Envelope& e = m.envelope();
+    json.beginObject()
+        .key("id")
+        .value(e.rowid)
+        .key("mailbox")
+        .value(m.mailboxName())
+        .key("path")
+        .value(m.path().string())
+        .key("subject")
+        .value(e.subject)
+        .key("from")
+        .value(e.sender)
+        .key("to")
+        .value(e.recipients)
+        .key("date")
+        .value(isoDate(e.dateSent != 0 ? e.dateSent : e.dateReceived))
+        .key("flags")
+        .value(static_cast<std::uint64_t>(m.flags()))
+        .endObject();
+}
+
+std::optional<std::int64_t> parseId(const std::string& text) {
+    std::int64_t id = 0;
+    const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), id);
+    if (ec != std::errc() || end != text.data() + text.size() || id <= 0)
+        return std::nullopt;
+    return id;
+}
+
+// Read (bit 0), flagged (bit 4), answered (bit 2), draft (bit 6), deleted (bit 1).
+std::uint64_t flagWord(const ImportedMessage& m) {
+    return (m.read ? 1u : 0u) | (m.deleted ? 2u : 0u) | (m.answered ? 4u : 0u) | (m.flagged ? 16u : 0u) |
+           (m.draft ? 64u : 0u) | (m.forwarded ? 256u : 0u);
+}
+
+} // namespace
+
+fs::path LibraryCommands::defaultLibraryPath() {
+    if (const char* env = std::getenv("LUMETTA_LIBRARY"); env && *env)
+        return env;
+    if (const char* data = std::getenv("XDG_DATA_HOME"); data && *data)
+        return fs::path(data) / "lumetta-mail" / "Mail";
+    const char* home = std::getenv("HOME");
+    return fs::path(home ? home : ".") / ".local" / "share" / "lumetta-mail" / "Mail";
+}
+
+int LibraryCommands::init(const Context& c) {
+    auto library = Library::open(c.library, true);
+    if (!library) {
+        c.err << "lumetta: " << library.error().message << "\n";
+        return 1;
+    }
+    c.out << "mail library ready at " << c.library.string() << " with mailboxes";
+    for (const auto& box : library.value()->mailboxes())
+        c.out << " " << box.name;
+    c.out << "\n";
+    return 0;
+}
+
+int LibraryCommands::mailboxes(const Context& c) {
+    auto library = openLibrary(c);
+    if (!library)
+        return 1;
+    Json json;
+    json.beginArray();
+    for (const auto& box : library->mailboxes()) {
+        const auto count = library->index().messagesInMailbox(box.id).size();
+        if (c.json)
+            json.beginObject()
+                .key("name")
+                .value(box.name)
+                .key("messages")
+                .value(static_cast<std::int64_t>(count))
+                .endObject();
+        else
+            c.out << box.name << "\t" << count << "\n";
+    }
+    if (c.json)
+        c.out << json.endArray().str() << "\n";
+    return 0;
+}
+
+int LibraryCommands::list(const Context& c, const std::string& mailbox) {
+    auto library = openLibrary(c);
+    if (!library)
+        return 1;
+    std::vector<std::string> names;
+    if (!mailbox.empty()) {
+        if (!library->index().mailboxNamed(mailbox)) {
+            c.err << "lumetta: no mailbox named \"" << mailbox << "\" (see 'lumetta mailboxes')\n";
+            return 1;
+        }
+        names.push_back(mailbox);
+    } else {
+        for (const auto& box : library->mailboxes())
+            names.push_back(box.name);
+    }
+    Json json;
+    json.beginArray();
+    for (const auto& name : names) {
+        for (const auto& m : library->messagesInMailbox(name)) {
+            const auto& stored = static_cast<const LibraryMessage&>(*m);
+            if (c.json) {
+                writeMessage(json, stored);
+            } else {
+                const Envelope& e = stored.envelope();
+                c.out << e.rowid << "\t" << name << "\t" << isoDate(e.dateSent) << "\t" << e.sender << "\t"
+                      << e.subject << "\n";
+            }
+        }
+    }
+    if (c.json)
+        c.out << json.endArray().str() << "\n";
+    return 0;
+}
+
+int LibraryCommands::show(const Context& c, const std::string& idOrPath, bool body) {
+    std::unique_ptr<Library> library;
+    std::shared_ptr<Message> message;
+    if (auto id = parseId(idOrPath)) {
+        library = openLibrary(c);
+        if (!library)
+            return 1;
+        message = library->message(*id);
+        if (!message) {
+            c.err << "lumetta: no message " << idOrPath << " in " << c.library.string() << "\n";
+            return 1;
+        }
+    } else if (fs::is_regular_file(idOrPath)) {
+        message = RecoveredMessage::withPath(idOrPath);
+    }
+    if (!message) {
+        c.err << "lumetta: \"" << idOrPath << "\" is neither a message number nor a message file\n";
+        return 2;
+    }
+    if (c.json) {
+        Json json;
+        if (auto* stored = dynamic_cast<LibraryMessage*>(message.get())) {
+            writeMessage(json, *stored);
+        } else {
+            const MessageHeaders* h = message->headers();
+            json.beginObject().key("path").value(static_cast<RecoveredMessage&>(*message).path().string());
+            json.key("subject").value(h ? h->subject() : "").key("from").value(h ? h->from() : "");
+            json.key("to")
+                .value(h ? h->to() : "")
+                .key("flags")
+                .value(static_cast<std::uint64_t>(message->flags()));
+            json.endObject();
+        }
+        c.out << json.str() << "\n";
+    } else if (const MessageHeaders* h = message->headers()) {
+        for (const char* field : {"From", "To", "Cc", "Subject", "Date", "Message-ID"})
+            if (auto v = h->firstHeaderForKey(field))
+                c.out << field << ": " << *v << "\n";
+    } else {
+        c.err << "lumetta: the message file cannot be read\n";
+        return 1;
+    }
+    if (body) {
+        auto bytes = message->messageBytes();
+        if (!bytes) {
+            c.err << "lumetta: " << bytes.error().message << "\n";
+            return 1;
+        }
+        const auto split = bytes.value().find("\n\n");
+        c.out << "\n" << (split == std::string::npos ? std::string() : bytes.value().substr(split + 2));
+    }
+    return 0;
+}
+
+int LibraryCommands::import(const Context& c, const std::string& mailbox,
+                            const std::vector<std::string>& paths) {
+    auto library = openLibrary(c);
+    if (!library)
+        return 1;
+    if (!library->index().mailboxNamed(mailbox))
+        if (auto created = library->createMailbox(mailbox); !created) {
+            c.err << "lumetta: " << created.error().message << "\n";
+            return 1;
+        }
+    const bool terminal = ::isatty(STDERR_FILENO);
+    std::size_t imported = 0, skipped = 0;
+    for (const auto& path : paths) {
+        auto source = MessageSource::open(path);
+        if (!source) {
+            c.err << "lumetta: " << source.error().message << "\n";
+            ++skipped;
+            continue;
+        }
+        ImportedMessage m;
+        for (;;) {
+            auto next = source.value()->next(m);
+            if (!next) {
+                c.err << "lumetta: skipped " << next.error().message << "\n";
+                ++skipped;
+                continue;
+            }
+            if (!next.value())
+                break;
+            const double received = m.receivedDate ? m.receivedDate->seconds : platform::Clock::now().seconds;
+            if (auto added = library->addMessage(mailbox, m.bytes, flagWord(m), received); !added) {
+                c.err << "lumetta: " << m.origin << ": " << added.error().message << "\n";
+                ++skipped;
+                continue;
+            }
+            ++imported;
+            if (terminal && imported % 100 == 0) {
+                const auto total = source.value()->totalBytes();
+                c.err << "\rimporting " << path << ": " << imported << " messages"
+                      << (total ? ", " + std::to_string(source.value()->bytesRead() * 100 / total) + "%" : "")
+                      << std::flush;
+            }
+        }
+    }
+    if (terminal)
+        c.err << "\r\033[K";
+    c.out << "imported " << imported << " messages into " << mailbox;
+    if (skipped)
+        c.out << "; skipped " << skipped << " (see above)";
+    c.out << "\n";
+    return skipped && !imported ? 1 : 0;
+}
+
+int LibraryCommands::mark(const Context& c, const std::vector<std::string>& ids, const std::string& how) {
+    auto library = openLibrary(c);
+    if (!library)
+        return 1;
+    MessageList changed;
+    for (const auto& text : ids) {
+        auto id = parseId(text);
+        auto message = id ? library->message(*id) : nullptr;
+        if (!message) {
+            c.err << "lumetta: no message " << text << "\n";
+            return 1;
+        }
+        std::uint64_t flags = message->flags();
+        if (how == "read")
+            flags |= 1;
+        else if (how == "unread")
+            flags &= ~std::uint64_t{1};
+        else if (how == "flagged")
+            flags |= 16;
+        else if (how == "unflagged")
+            flags &= ~std::uint64_t{16};
+        message->setFlags(flags);
+        changed.push_back(message);
+    }
+    Library::flagsChangedForMessages(changed);
+    auto written = library->writeChangedMessages();
+    if (!written) {
+        c.err << "lumetta: " << written.error().message << "\n";
+        return 1;
+    }
+    c.out << "marked " << changed.size() << " message" << (changed.size() == 1 ? "" : "s") << " " << how
+          << "\n";
+    return 0;
+}
+
+} // namespace mailhost

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <filesystem>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace mailhost {
+
+// The command line's jobs on a mail library. Each returns the exit status: 0 done,
+// 1 the work failed (the reason on `err`), 2 the command was wrong.
+class LibraryCommands {
+public:
+    struct Context {
+        std::filesystem::path library;
+        bool json = false;
+        std::ostream& out;
+        std::ostream& err;
+    };
+
+    // $LUMETTA_LIBRARY, else $XDG_DATA_HOME/lumetta-mail/Mail.
+    static std::filesystem::path defaultLibraryPath();
+
+    static int init(const Context& c);
+    static int mailboxes(const Context& c);
+    static int list(const Context& c, const std::string& mailbox);
+    static int show(const Context& c, const std::string& idOrPath, bool body);
+    static int import(const Context& c, const std::string& mailbox, const std::vector<std::string>& paths);
+    static int mark(const Context& c, const std::vector<std::string>& ids, const std::string& how);
+};
+
+} // namespace mailhost

@@ -1,0 +1,384 @@
+#include "mailhost/mail/Library.h"
+
+#include "mailhost/library/EmlxFile.h"
+#include "mailhost/library/WriteJournal.h"
+#include "platform/foundation/AtomicFile.h"
+#include "platform/foundation/Log.h"
+#include "platform/foundation/NotificationCenter.h"
+#include "platform/foundation/PropertyList.h"
+#include "platform/foundation/Value.h"
+#include "platform/runtime/Runtime.h"
+#include "platform/runtime/Seam.h"
+
+#include <atomic>
+
+namespace mailhost {
+
+namespace fs = std::filesystem;
+using platform::Dictionary;
+using platform::Result;
+using platform::Value;
+using platform::runtime::Runtime;
+using platform::runtime::Seam;
+
+namespace {
+
+template <class Signature>
+Seam<Signature>* classSeam(Class& cls, const char* selector, typename Seam<Signature>::Imp imp) {
+    return new Seam<Signature>(cls, selector, imp, Seam<Signature>::Kind::ClassMethod);
+}
+
+struct Seams {
+    Class* cls = nullptr;
+    Seam<std::string(Class*, Message*)>* dataPath = nullptr;
+    Seam<std::string(Class*, Message*, int)>* dataPathType = nullptr;
+    Seam<std::shared_ptr<LibraryMessage>(Class*, std::int64_t)>* messageWithLibraryID = nullptr;
+    Seam<void(Class*, MessageList, Dictionary, Dictionary)>* flagsChanged = nullptr;
+    Seam<void(Class*)>* updateMessageFiles = nullptr;
+    Seam<std::string(Class*, Message*, std::string, std::string, std::string, double, std::string,
+                     std::string, std::uint64_t, Dictionary)>* plistData = nullptr;
+    Seam<bool(Class*, std::string, Message*, std::string_view, std::string)>* writeWithBody = nullptr;
+    Seam<bool(Class*, std::string, Message*, std::string_view)>* writeWithData = nullptr;
+    Seam<void(Class*, Message*)>* updateFile = nullptr;
+};
+
+Seams& seams() {
+    static Seams s;
+    return s;
+}
+
+std::atomic<Library*> currentLibrary{nullptr};
+
+// Integral dates as the client writes them: whole Unix seconds.
+Value unixSeconds(double sinceReference) {
+    return Value(static_cast<long long>(platform::Date{sinceReference}.unixSeconds()));
+}
+
+} // namespace
+
+Class& Library::registerClass() {
+    Seams& s = seams();
+    Class& cls = Runtime::defineClass(kClassName);
+    if (s.cls)
+        return cls;
+    s.cls = &cls;
+    s.dataPath =
+        classSeam<std::string(Class*, Message*)>(cls, "dataPathForMessage:", &hostDataPathForMessage);
+    s.dataPathType = classSeam<std::string(Class*, Message*, int)>(
+        cls, "dataPathForMessage:type:", &hostDataPathForMessageType);
+    s.messageWithLibraryID = classSeam<std::shared_ptr<LibraryMessage>(Class*, std::int64_t)>(
+        cls, "messageWithLibraryID:", &hostMessageWithLibraryID);
+    s.flagsChanged = classSeam<void(Class*, MessageList, Dictionary, Dictionary)>(
+        cls, "flagsChangedForMessages:flags:oldFlagsByMessage:", &hostFlagsChanged);
+    s.updateMessageFiles = classSeam<void(Class*)>(cls, "updateMessageFiles", &hostUpdateMessageFiles);
+    s.plistData = classSeam<std::string(Class*, Message*, std::string, std::string, std::string, double,
+                                        std::string, std::string, std::uint64_t, Dictionary)>(
+        cls,
+        "plistDataForMessage:subject:sender:to:dateSent:remoteID:originalMailbox:flags:mergeWithDictionary:",
+        &hostPlistData);
+    s.writeWithBody = classSeam<bool(Class*, std::string, Message*, std::string_view, std::string)>(
+        cls, "_writeEmlxFile:forMessage:withBodyData:plistData:", &hostWriteEmlxWithBody);
+    s.writeWithData = classSeam<bool(Class*, std::string, Message*, std::string_view)>(
+        cls, "_writeEmlxFile:forMessage:withEmlxData:", &hostWriteEmlxWithData);
+    s.updateFile = classSeam<void(Class*, Message*)>(cls, "updateFileForMessage:", &hostUpdateFileForMessage);
+    return cls;
+}
+
+Library::Library(fs::path root, std::unique_ptr<EnvelopeIndex> index)
+    : layout_(root), index_(std::move(index)), tailWriter_(root) {}
+
+Library::~Library() {
+    Library* self = this;
+    currentLibrary.compare_exchange_strong(self, nullptr);
+}
+
+Library* Library::current() {
+    return currentLibrary.load();
+}
+
+Result<std::unique_ptr<Library>> Library::open(const fs::path& root, bool create) {
+    registerClass();
+    std::error_code ec;
+    const LibraryLayout layout(root);
+    const bool exists = fs::exists(layout.envelopeIndexPath(), ec);
+    if (!exists && !create)
+        return platform::makeError("no mail library at " + root.string() +
+                                   " (run 'lumetta init' to make one)");
+    fs::create_directories(root, ec);
+    if (ec)
+        return platform::makeError("cannot create " + root.string() + ": " + ec.message(), ec.value());
+    // A batch of tail writes that a crash interrupted is finished before anything reads.
+    if (auto replay = WriteJournal::replay(root); !replay)
+        return platform::makeError("cannot finish the interrupted write in " + root.string() + ": " +
+                                   replay.error().message);
+    auto index = EnvelopeIndex::open(layout.envelopeIndexPath());
+    if (!index)
+        return index.error();
+    std::unique_ptr<Library> library(new Library(root, std::move(index.value())));
+    if (create)
+        for (const auto& name : kStandardMailboxes)
+            if (auto box = library->createMailbox(name); !box)
+                return box.error();
+    currentLibrary.store(library.get());
+    return library;
+}
+
+Result<MailboxRecord> Library::createMailbox(const std::string& name) {
+    if (name.empty() || name.front() == '/' || name.back() == '/' || name.find("//") != std::string::npos ||
+        name.find("..") != std::string::npos)
+        return platform::makeError("\"" + name + "\" is not a mailbox name");
+    std::error_code ec;
+    fs::create_directories(layout_.mailboxFolder(name) / "Messages", ec);
+    if (ec)
+        return platform::makeError("cannot create mailbox " + name + ": " + ec.message(), ec.value());
+    return index_->addMailbox(name);
+}
+
+std::shared_ptr<LibraryMessage> Library::makeMessage(const Envelope& envelope) {
+    auto box = index_->mailbox(envelope.mailbox);
+    if (!box)
+        return nullptr;
+    Class& cls = LibraryMessage::registerClass();
+    std::unique_ptr<Object> object = cls.createInstance();
+    auto* message = dynamic_cast<LibraryMessage*>(object.get());
+    if (!message)
+        return nullptr;
+    object.release();
+    std::shared_ptr<LibraryMessage> shared(message);
+    shared->bind(this, envelope, box->name, box->sharded);
+    return shared;
+}
+
+std::shared_ptr<LibraryMessage> Library::message(std::int64_t rowid) {
+    auto envelope = index_->message(rowid);
+    return envelope ? makeMessage(*envelope) : nullptr;
+}
+
+MessageList Library::messagesInMailbox(const std::string& mailbox) {
+    MessageList out;
+    auto box = index_->mailboxNamed(mailbox);
+    if (!box)
+        return out;
+    for (const auto& envelope : index_->messagesInMailbox(box->id))
+        if (auto m = makeMessage(envelope))
+            out.push_back(std::move(m));
+    return out;
+}
+
+Result<std::shared_ptr<LibraryMessage>> Library::addMessage(const std::string& mailbox,
+                                                            std::string_view source, std::uint64_t flags,
+                                                            double dateReceived) {
+    // Message files hold LF line ends, whatever the source had.
+    std::string bytes;
+    bytes.reserve(source.size());
+    for (std::size_t i = 0; i < source.size(); ++i)
+        if (!(source[i] == '\r' && i + 1 < source.size() && source[i + 1] == '\n'))
+            bytes += source[i];
+    if (!bytes.empty() && bytes.back() != '\n')
+        bytes += '\n';
+    auto box = index_->mailboxNamed(mailbox);
+    if (!box)
+        return platform::makeError("no mailbox named \"" + mailbox + "\"");
+    Envelope envelope;
+    envelope.mailbox = box->id;
+    envelope.flags = flags;
+    envelope.dateReceived = dateReceived;
+    if (auto headers = MessageHeaders::parse(bytes)) {
+        envelope.messageID = headers.value().messageID();
+        envelope.subject = headers.value().subject();
+        envelope.sender = headers.value().from();
+        envelope.recipients = headers.value().to();
+        if (auto sent = headers.value().dateSent())
+            envelope.dateSent = sent->seconds;
+    }
+    auto rowid = index_->insert(envelope);
+    if (!rowid)
+        return rowid.error();
+    envelope.rowid = rowid.value();
+    auto message = makeMessage(envelope);
+    Dictionary plist{{"date-received", unixSeconds(dateReceived)}};
+    const std::string plistBytes = (*seams().plistData)(
+        seams().cls, message.get(), envelope.subject, envelope.sender, envelope.recipients, envelope.dateSent,
+        std::string(), std::string(), flags, plist);
+    const std::string path = message->path().string();
+    std::error_code ec;
+    fs::create_directories(message->path().parent_path(), ec);
+    if (plistBytes.empty() ||
+        !(*seams().writeWithBody)(seams().cls, path, message.get(), bytes, plistBytes)) {
+        (void)index_->remove(envelope.rowid);
+        return platform::makeError("cannot write " + path);
+    }
+    return message;
+}
+
+// ---- class methods through their seams ----
+
+std::string Library::dataPathForMessage(Message* message) {
+    return (*seams().dataPath)(seams().cls, message);
+}
+
+std::string Library::dataPathForMessage(Message* message, int type) {
+    return (*seams().dataPathType)(seams().cls, message, type);
+}
+
+std::shared_ptr<LibraryMessage> Library::messageWithLibraryID(Class* cls, std::int64_t rowid) {
+    return (*seams().messageWithLibraryID)(cls ? cls : seams().cls, rowid);
+}
+
+void Library::flagsChangedForMessages(const MessageList& messages) {
+    (*seams().flagsChanged)(seams().cls, messages, Dictionary(), Dictionary());
+}
+
+void Library::updateMessageFiles(Class* cls) {
+    (*seams().updateMessageFiles)(cls ? cls : seams().cls);
+}
+
+// ---- the host's implementations ----
+
+std::string Library::hostDataPathForMessage(Class*, Sel, Message* message) {
+    auto* stored = dynamic_cast<LibraryMessage*>(message);
+    return stored ? stored->path().string() : std::string();
+}
+
+std::string Library::hostDataPathForMessageType(Class*, Sel, Message* message, int type) {
+    auto* stored = dynamic_cast<LibraryMessage*>(message);
+    Library* library = current();
+    if (!stored || !library)
+        return {};
+    const auto& e = stored->envelope();
+    switch (type) {
+    case 1:
+        return library->layout()
+            .messagePath(stored->mailboxName(), e.rowid, stored->sharded(), true)
+            .string();
+    case 2:
+        return library->layout().messagePath(stored->mailboxName(), e.rowid, true, e.partial).string();
+    default:
+        return stored->path().string();
+    }
+}
+
+std::shared_ptr<LibraryMessage> Library::hostMessageWithLibraryID(Class*, Sel, std::int64_t rowid) {
+    Library* library = current();
+    return library ? library->message(rowid) : nullptr;
+}
+
+void Library::hostFlagsChanged(Class*, Sel, MessageList messages, Dictionary, Dictionary) {
+    if (Library* library = current())
+        library->markChanged(messages);
+}
+
+void Library::markChanged(const MessageList& messages) {
+    {
+        std::lock_guard lock(changedMutex_);
+        for (const auto& m : messages)
+            if (auto* stored = dynamic_cast<LibraryMessage*>(m.get()))
+                changed_[stored->libraryID()] = m;
+    }
+    platform::NotificationCenter::defaultCenter().post(kFlagsChangedNotification, this);
+}
+
+void Library::hostUpdateMessageFiles(Class*, Sel) {
+    if (Library* library = current())
+        if (auto written = library->writeChangedMessages(); !written)
+            platform::Log::line("Could not save messages: " + written.error().message);
+}
+
+Result<std::size_t> Library::writeChangedMessages() {
+    std::lock_guard updating(updateMutex_);
+    std::map<std::int64_t, std::shared_ptr<Message>> pending;
+    {
+        std::lock_guard lock(changedMutex_);
+        pending.swap(changed_);
+    }
+    Batch batch;
+    batch_ = &batch;
+    for (const auto& [rowid, message] : pending) {
+        auto* stored = static_cast<LibraryMessage*>(message.get());
+        const std::string path = dataPathForMessage(stored);
+        auto file = EmlxFile::read(path);
+        if (!file || file.value().condition() == EmlxFile::Condition::Truncated) {
+            platform::Log::line("Not saving " + path + ": " +
+                                (file ? file.value().problem() : file.error().message));
+            continue;
+        }
+        Envelope e = stored->envelope();
+        e.flags = stored->flags();
+        (void)index_->update(e);
+        batch.tailOffsets[path] = file.value().tailOffset();
+        const std::string plist =
+            (*seams().plistData)(seams().cls, stored, e.subject, e.sender, e.recipients, e.dateSent,
+                                 e.remoteID, std::string(), e.flags, file.value().plist().mutableCopy());
+        batch.bodies[path] = std::string(file.value().messageBytes());
+        if (!plist.empty())
+            (*seams().writeWithBody)(seams().cls, path, stored, batch.bodies[path], plist);
+    }
+    batch_ = nullptr;
+    if (batch.writes.empty())
+        return std::size_t{0};
+    auto result = tailWriter_.write(batch.writes);
+    if (!result)
+        return result.error();
+    const auto written = result.value().count(TailWriter::Outcome::Written);
+    for (std::size_t i = 0; i < result.value().files.size(); ++i)
+        if (result.value().files[i].outcome == TailWriter::Outcome::Failed)
+            platform::Log::line("Could not save " + batch.writes[i].path.string() + ": " +
+                                result.value().files[i].error.message);
+    return written;
+}
+
+std::string Library::hostPlistData(Class*, Sel, Message*, std::string, std::string, std::string,
+                                   double dateSent, std::string remoteID, std::string originalMailbox,
+                                   std::uint64_t flags, Dictionary merge) {
+    // The index holds subject, sender and recipients; the file keeps the client's
+    // own keys as they are, with the current flag word.
+    Dictionary plist = merge.mutableCopy();
+    plist.set("flags", Value::unsignedInteger(flags));
+    if (!remoteID.empty() && !plist.contains("remote-id"))
+        plist.set("remote-id", remoteID);
+    if (!originalMailbox.empty() && !plist.contains("original-mailbox"))
+        plist.set("original-mailbox", originalMailbox);
+    if (dateSent != 0 && !plist.contains("date-sent"))
+        plist.set("date-sent", unixSeconds(dateSent));
+    return platform::PropertyList::xml(plist).valueOr(std::string());
+}
+
+bool Library::hostWriteEmlxWithBody(Class*, Sel, std::string path, Message* message, std::string_view body,
+                                    std::string plistData) {
+    Library* library = current();
+    // The message bytes are those already in the file: only the tail changes, in
+    // place, with the rest of the batch.
+    if (library && library->batch_) {
+        auto offset = library->batch_->tailOffsets.find(path);
+        auto stored = library->batch_->bodies.find(path);
+        if (offset != library->batch_->tailOffsets.end() && stored != library->batch_->bodies.end() &&
+            stored->second == body) {
+            library->batch_->writes.push_back({path, offset->second, std::move(plistData)});
+            return true;
+        }
+    }
+    const std::string count = std::to_string(body.size());
+    std::string whole = count + std::string(count.size() < 10 ? 10 - count.size() : 0, ' ') + "\n";
+    whole.append(body);
+    whole += plistData;
+    return (*seams().writeWithData)(seams().cls, path, message, whole);
+}
+
+bool Library::hostWriteEmlxWithData(Class*, Sel, std::string path, Message*, std::string_view emlxData) {
+    if (auto r = platform::AtomicFile::write(path, emlxData); !r) {
+        platform::Log::line("Could not write " + path + ": " + r.error().message);
+        return false;
+    }
+    return true;
+}
+
+void Library::hostUpdateFileForMessage(Class*, Sel, Message* message) {
+    Library* library = current();
+    auto* stored = dynamic_cast<LibraryMessage*>(message);
+    if (!library || !stored)
+        return;
+    library->markChanged({library->message(stored->libraryID())});
+    (void)library->writeChangedMessages();
+}
+
+} // namespace mailhost

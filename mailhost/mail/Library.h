@@ -1,0 +1,104 @@
+#pragma once
+
+#include "mailhost/library/EnvelopeIndex.h"
+#include "mailhost/library/LibraryLayout.h"
+#include "mailhost/library/TailWriter.h"
+#include "mailhost/mail/LibraryMessage.h"
+#include "platform/foundation/Dictionary.h"
+#include "platform/foundation/Result.h"
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace mailhost {
+
+using MessageList = std::vector<std::shared_ptr<Message>>;
+
+// The local mail library: mailboxes of .emlx files under one root folder, the
+// Envelope Index beside them, and the write path through which every change to a
+// message file goes. The host keeps one open library per process; the class methods
+// the plug-in replaces act on it.
+class Library {
+public:
+    static constexpr const char* kClassName = "Library";
+    static constexpr const char* kFlagsChangedNotification = "LibraryMessageFlagsChanged";
+    static inline const std::vector<std::string> kStandardMailboxes = {"INBOX", "Drafts", "Sent", "Trash",
+                                                                       "Outbox"};
+
+    // Defines "Library" and its replaceable class methods.
+    static Class& registerClass();
+
+    // Opens the library at `root` (creating it and its standard mailboxes when
+    // `create`), finishing any write a crash interrupted. It becomes the current one.
+    static platform::Result<std::unique_ptr<Library>> open(const std::filesystem::path& root, bool create);
+    static Library* current();
+    ~Library();
+
+    const LibraryLayout& layout() const { return layout_; }
+    EnvelopeIndex& index() { return *index_; }
+
+    platform::Result<MailboxRecord> createMailbox(const std::string& name);
+    std::vector<MailboxRecord> mailboxes() const { return index_->mailboxes(); }
+
+    // A new object for the stored message, or nullptr when there is none.
+    std::shared_ptr<LibraryMessage> message(std::int64_t rowid);
+    MessageList messagesInMailbox(const std::string& mailbox);
+
+    // Stores a new message in `mailbox`; its file is written whole and atomically.
+    platform::Result<std::shared_ptr<LibraryMessage>> addMessage(const std::string& mailbox,
+                                                                 std::string_view messageBytes,
+                                                                 std::uint64_t flags, double dateReceived);
+
+    // The class methods, called through their seams so a bundle's replacement runs.
+    static std::string dataPathForMessage(Message* message);
+    static std::string dataPathForMessage(Message* message, int type);
+    static std::shared_ptr<LibraryMessage> messageWithLibraryID(Class* cls, std::int64_t rowid);
+    static void flagsChangedForMessages(const MessageList& messages);
+    static void updateMessageFiles(Class* cls);
+
+    // The host's implementations of its replaceable class methods.
+    static std::string hostDataPathForMessage(Class*, Sel, Message* message);
+    static std::string hostDataPathForMessageType(Class*, Sel, Message* message, int type);
+    static std::shared_ptr<LibraryMessage> hostMessageWithLibraryID(Class*, Sel, std::int64_t rowid);
+    static void hostFlagsChanged(Class*, Sel, MessageList messages, platform::Dictionary flags,
+                                 platform::Dictionary oldFlags);
+    static void hostUpdateMessageFiles(Class*, Sel);
+    static std::string hostPlistData(Class*, Sel, Message* message, std::string subject, std::string sender,
+                                     std::string to, double dateSent, std::string remoteID,
+                                     std::string originalMailbox, std::uint64_t flags,
+                                     platform::Dictionary merge);
+    static bool hostWriteEmlxWithBody(Class*, Sel, std::string path, Message* message, std::string_view body,
+                                      std::string plistData);
+    static bool hostWriteEmlxWithData(Class*, Sel, std::string path, Message* message,
+                                      std::string_view emlxData);
+    static void hostUpdateFileForMessage(Class*, Sel, Message* message);
+
+    // Writes every changed message now; the number of files written.
+    platform::Result<std::size_t> writeChangedMessages();
+    void markChanged(const MessageList& messages);
+
+private:
+    Library(std::filesystem::path root, std::unique_ptr<EnvelopeIndex> index);
+    std::shared_ptr<LibraryMessage> makeMessage(const Envelope& envelope);
+
+    // Tail writes collected while updateMessageFiles runs, committed as one batch.
+    struct Batch {
+        std::vector<TailWrite> writes;
+        std::map<std::string, std::uint64_t> tailOffsets; // path -> tail offset read
+        std::map<std::string, std::string> bodies;        // path -> message bytes read
+    };
+
+    LibraryLayout layout_;
+    std::unique_ptr<EnvelopeIndex> index_;
+    TailWriter tailWriter_;
+    std::mutex changedMutex_;
+    std::map<std::int64_t, std::shared_ptr<Message>> changed_;
+    Batch* batch_ = nullptr; // only while updateMessageFiles runs
+    std::mutex updateMutex_;
+};
+
+} // namespace mailhost

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "mailhost/message/MessageHeaders.h"
+#include "platform/foundation/Result.h"
+#include "platform/runtime/Class.h"
+#include "platform/runtime/Object.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace mailhost {
+
+using platform::runtime::Class;
+using platform::runtime::Object;
+using platform::runtime::Sel;
+
+// A mail message as the client handles it. Several objects may stand for one stored
+// message; each reads what it needs on demand. Subclasses say where the bytes live.
+class Message : public Object {
+public:
+    static constexpr const char* kClassName = "Message";
+    // Defines "Message" and its replaceable methods ("dealloc").
+    static Class& registerClass();
+
+    explicit Message(Class* cls) : Object(cls) {}
+    ~Message() override;
+
+    // The identifier the library knows the message by; for a message outside the
+    // library, its "message-id" header.
+    virtual std::string messageID() const;
+    std::string subject() const;
+    // The parsed header block; nullptr when the message bytes cannot be read.
+    const MessageHeaders* headers() const;
+    std::optional<std::string> firstHeaderForKey(std::string_view name) const;
+
+    // The raw message (no count line, no property list).
+    virtual platform::Result<std::string> messageBytes() const;
+
+    // The client's 64-bit flag word: bit 0 read, 1 deleted, 2 answered, 4 flagged,
+    // 6 draft; bits the client does not know are kept as they are.
+    std::uint64_t flags() const { return flags_; }
+    void setFlags(std::uint64_t flags) { flags_ = flags; }
+
+    bool isKindOfClass(std::string_view className) const;
+
+    static void hostDealloc(Object*, Sel) {}
+
+protected:
+    std::uint64_t flags_ = 0;
+
+private:
+    mutable std::optional<MessageHeaders> headers_;
+    mutable bool headersRead_ = false;
+};
+
+} // namespace mailhost
