@@ -38,9 +38,11 @@ std::string BuildReport::versionLine() {
 std::string BuildReport::describe(const fs::path& root) {
     std::ostringstream out;
     out << versionLine() << "\n";
-    out << "built: platform foundation (values, property lists, defaults, notifications, run loop, text)\n";
-    out << "       ICU " << U_ICU_VERSION << "\n";
-    out << "not yet built: mail library, plug-in bundle, metadata index, calendar application\n";
+    out << "built: platform (values, property lists, defaults, run loop, text on ICU " << U_ICU_VERSION
+        << ", method seams, SQLite)\n";
+    out << "       mail host (library, Envelope Index, journaled writes, GMime headers, import)\n";
+    out << "       Lumetta plug-in bundle (start-up and settings)\n";
+    out << "not yet built: tags, metadata index, criteria, rules, calendar application, desktop client\n";
     std::error_code ec;
     if (!fs::is_directory(root, ec)) {
         out << "library " << root.string() << ": not found\n";
@@ -57,7 +59,7 @@ std::string BuildReport::describe(const fs::path& root) {
             readable += tailParses(path) ? 1 : 0;
         }
     }
-    out << "library " << root.string() << ": " << mailboxes << " mailboxes, " << messages
+    out << "library " << root.string() << ": " << mailboxes << " mailbox folders, " << messages
         << " message files, " << readable << " with a readable property list\n";
     return out.str();
 }
