@@ -220,6 +220,16 @@ int LibraryCommands::import(const Context& c, const std::string& mailbox,
         }
     const bool terminal = ::isatty(STDERR_FILENO);
     std::size_t imported = 0, skipped = 0;
+    // Messages are stored in batches: one index transaction and one flush each.
+    constexpr std::size_t kBatch = 1000;
+    auto batch = std::make_unique<Library::BulkAdd>(*library);
+    auto commit = [&]() -> bool {
+        if (auto r = batch->commit(); !r) {
+            c.err << "lumetta: import not saved: " << r.error().message << "\n";
+            return false;
+        }
+        return true;
+    };
     for (const auto& path : paths) {
         auto source = MessageSource::open(path);
         if (!source) {
@@ -244,6 +254,11 @@ int LibraryCommands::import(const Context& c, const std::string& mailbox,
                 continue;
             }
             ++imported;
+            if (imported % kBatch == 0) {
+                if (!commit())
+                    return 1;
+                batch = std::make_unique<Library::BulkAdd>(*library);
+            }
             if (terminal && imported % 100 == 0) {
                 const auto total = source.value()->totalBytes();
                 c.err << "\rimporting " << path << ": " << imported << " messages"
@@ -252,6 +267,8 @@ int LibraryCommands::import(const Context& c, const std::string& mailbox,
             }
         }
     }
+    if (!commit())
+        return 1;
     if (terminal)
         c.err << "\r\033[K";
     c.out << "imported " << imported << " messages into " << mailbox;

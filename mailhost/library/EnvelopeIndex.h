@@ -53,6 +53,11 @@ public:
     std::vector<Envelope> messagesInMailbox(std::int64_t mailbox) const;
     std::size_t messageCount() const;
 
+    // For batches that span calls: begin, then commit or roll back.
+    platform::Result<void> begin() { return db_->exec("BEGIN IMMEDIATE"); }
+    platform::Result<void> commit() { return db_->exec("COMMIT"); }
+    platform::Result<void> rollback() { return db_->exec("ROLLBACK"); }
+
     template <class F> platform::Result<void> transaction(F&& body) {
         return db_->transaction(std::forward<F>(body));
     }

@@ -211,6 +211,31 @@ Result<std::shared_ptr<LibraryMessage>> Library::addMessage(const std::string& m
     return message;
 }
 
+Library::BulkAdd::BulkAdd(Library& library) : library_(library) {
+    open_ = library_.index_->begin().ok();
+    library_.deferFlush_ = open_;
+}
+
+Library::BulkAdd::~BulkAdd() {
+    if (open_) {
+        (void)library_.index_->rollback();
+        library_.deferFlush_ = false;
+    }
+}
+
+Result<void> Library::BulkAdd::commit() {
+    if (!open_)
+        return platform::makeError("the batch could not be started");
+    open_ = false;
+    library_.deferFlush_ = false;
+    // Files first: the index must never name a message whose file could still be lost.
+    if (auto synced = platform::AtomicFile::syncFileSystem(library_.layout_.root()); !synced) {
+        (void)library_.index_->rollback();
+        return synced;
+    }
+    return library_.index_->commit();
+}
+
 // ---- class methods through their seams ----
 
 std::string Library::dataPathForMessage(Message* message) {
@@ -365,7 +390,9 @@ bool Library::hostWriteEmlxWithBody(Class*, Sel, std::string path, Message* mess
 }
 
 bool Library::hostWriteEmlxWithData(Class*, Sel, std::string path, Message*, std::string_view emlxData) {
-    if (auto r = platform::AtomicFile::write(path, emlxData); !r) {
+    Library* library = current();
+    const bool flush = !(library && library->deferFlush_);
+    if (auto r = platform::AtomicFile::write(path, emlxData, flush); !r) {
         platform::Log::line("Could not write " + path + ": " + r.error().message);
         return false;
     }

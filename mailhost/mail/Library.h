@@ -53,6 +53,24 @@ public:
                                                                  std::string_view messageBytes,
                                                                  std::uint64_t flags, double dateReceived);
 
+    // Many new messages at once (an import): while a bulk add is open, the index
+    // changes form one transaction and message files are not flushed one by one;
+    // commit() makes them durable together. A bulk add dropped without commit rolls
+    // the index back; files it wrote stay as unindexed strays that later imports
+    // overwrite.
+    class BulkAdd {
+    public:
+        explicit BulkAdd(Library& library);
+        ~BulkAdd();
+        BulkAdd(const BulkAdd&) = delete;
+        BulkAdd& operator=(const BulkAdd&) = delete;
+        platform::Result<void> commit();
+
+    private:
+        Library& library_;
+        bool open_ = false;
+    };
+
     // The class methods, called through their seams so a bundle's replacement runs.
     static std::string dataPathForMessage(Message* message);
     static std::string dataPathForMessage(Message* message, int type);
@@ -97,7 +115,8 @@ private:
     TailWriter tailWriter_;
     std::mutex changedMutex_;
     std::map<std::int64_t, std::shared_ptr<Message>> changed_;
-    Batch* batch_ = nullptr; // only while updateMessageFiles runs
+    Batch* batch_ = nullptr;  // only while updateMessageFiles runs
+    bool deferFlush_ = false; // while a BulkAdd is open
     std::mutex updateMutex_;
 };
 

@@ -31,7 +31,7 @@ bool writeAll(int fd, std::string_view bytes) {
 
 } // namespace
 
-Result<void> AtomicFile::write(const std::filesystem::path& path, std::string_view bytes) {
+Result<void> AtomicFile::write(const std::filesystem::path& path, std::string_view bytes, bool flush) {
     const auto folder = path.parent_path().empty() ? std::filesystem::path(".") : path.parent_path();
     std::string tmpl = (folder / ("." + path.filename().string() + ".XXXXXX.tmp")).string();
     const int fd = ::mkstemps(tmpl.data(), 4);
@@ -39,7 +39,7 @@ Result<void> AtomicFile::write(const std::filesystem::path& path, std::string_vi
         return ioError("cannot create a temporary file beside", path);
     // Readable by the user only, like other preference and mail files.
     ::fchmod(fd, 0600);
-    if (!writeAll(fd, bytes) || ::fsync(fd) != 0) {
+    if (!writeAll(fd, bytes) || (flush && ::fsync(fd) != 0)) {
         Error e = ioError("cannot write", tmpl);
         ::close(fd);
         ::unlink(tmpl.c_str());
@@ -55,12 +55,24 @@ Result<void> AtomicFile::write(const std::filesystem::path& path, std::string_vi
         ::unlink(tmpl.c_str());
         return e;
     }
-    const int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY);
+    const int dir = flush ? ::open(folder.c_str(), O_RDONLY | O_DIRECTORY) : -1;
     if (dir >= 0) {
         ::fsync(dir);
         ::close(dir);
     }
     return {};
+}
+
+Result<void> AtomicFile::syncFileSystem(const std::filesystem::path& anyPathOnIt) {
+    const int fd = ::open(anyPathOnIt.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return ioError("cannot open", anyPathOnIt);
+    const int rc = ::syncfs(fd);
+    Result<void> result;
+    if (rc != 0)
+        result = ioError("cannot flush the file system of", anyPathOnIt);
+    ::close(fd);
+    return result;
 }
 
 Result<std::string> AtomicFile::read(const std::filesystem::path& path) {
