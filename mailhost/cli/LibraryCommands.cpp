@@ -3,6 +3,7 @@
 #include "mailhost/cli/Json.h"
 #include "mailhost/import/MessageSource.h"
 #include "mailhost/mail/Library.h"
+#include "mailhost/mail/LibraryAdoption.h"
 #include "mailhost/mail/RecoveredMessage.h"
 #include "platform/foundation/Date.h"
 
@@ -276,6 +277,53 @@ int LibraryCommands::import(const Context& c, const std::string& mailbox,
         c.out << "; skipped " << skipped << " (see above)";
     c.out << "\n";
     return skipped && !imported ? 1 : 0;
+}
+
+int LibraryCommands::adopt(const Context& c, const fs::path& folder, const std::string& name) {
+    std::error_code ec;
+    if (!fs::is_directory(folder, ec)) {
+        c.err << "lumetta: " << folder.string() << " is not a folder\n";
+        return 1;
+    }
+    const bool terminal = ::isatty(STDERR_FILENO);
+    auto progress = [&](std::size_t n) {
+        if (terminal)
+            c.err << "\radopting: " << n << " messages" << std::flush;
+    };
+    platform::Result<LibraryAdoption::Report> report = platform::makeError("");
+    std::string where;
+    if (LibraryAdoption::isMailboxFolder(folder)) {
+        auto library = Library::open(c.library, true);
+        if (!library) {
+            c.err << "lumetta: " << library.error().message << "\n";
+            return 1;
+        }
+        std::string box = name;
+        if (box.empty()) {
+            box = fs::absolute(folder).lexically_normal().filename().string();
+            if (box.empty())
+                box = fs::absolute(folder).lexically_normal().parent_path().filename().string();
+            if (box.ends_with(".mbox"))
+                box.resize(box.size() - 5);
+        }
+        report = LibraryAdoption::adoptMailbox(*library.value(), folder, box, progress);
+        where = "mailbox \"" + box + "\" of " + c.library.string();
+    } else {
+        report = LibraryAdoption::adoptLibrary(folder, progress);
+        where =
+            folder.string() + " (use --library " + folder.string() + " or LUMETTA_LIBRARY to work with it)";
+    }
+    if (terminal)
+        c.err << "\r\033[K";
+    if (!report) {
+        c.err << "lumetta: " << report.error().message << "\n";
+        return 1;
+    }
+    for (const auto& skipped : report.value().skipped)
+        c.err << "lumetta: skipped " << skipped << "\n";
+    c.out << "adopted " << report.value().messages << " messages in " << report.value().mailboxes
+          << " mailbox" << (report.value().mailboxes == 1 ? "" : "es") << " into " << where << "\n";
+    return report.value().messages == 0 && !report.value().skipped.empty() ? 1 : 0;
 }
 
 int LibraryCommands::mark(const Context& c, const std::vector<std::string>& ids, const std::string& how) {

@@ -26,6 +26,9 @@ public:
     static int list(const Context& c, const std::string& mailbox);
     static int show(const Context& c, const std::string& idOrPath, bool body);
     static int import(const Context& c, const std::string& mailbox, const std::vector<std::string>& paths);
+    // A whole mail folder becomes a library in place; a mailbox folder is copied into
+    // the library as mailbox `name` (default: the folder's name).
+    static int adopt(const Context& c, const std::filesystem::path& folder, const std::string& name);
     static int mark(const Context& c, const std::vector<std::string>& ids, const std::string& how);
 };
 

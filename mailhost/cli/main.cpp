@@ -47,6 +47,15 @@ int main(int argc, char** argv) {
     auto* import = app.add_subcommand("import", "Import .eml, .emlx, mbox or Maildir mail");
     import->add_option("--mailbox", importBox, "Mailbox to import into (made when missing)");
     import->add_option("paths", paths, "Files or folders to import")->required();
+    std::string adoptFolder, adoptName;
+    auto* adopt =
+        app.add_subcommand("adopt", "Take over a mail folder or a mailbox copied from another client");
+    adopt
+        ->add_option("folder", adoptFolder,
+                     "A whole mail folder (becomes a library where it is) or one mailbox "
+                     "folder (copied into the library)")
+        ->required();
+    adopt->add_option("--as", adoptName, "Name for an adopted mailbox (default: the folder's name)");
     std::vector<std::string> ids;
     bool markRead = false, markUnread = false, markFlagged = false, markUnflagged = false;
     auto* mark = app.add_subcommand("mark", "Mark messages read, unread, flagged or unflagged");
@@ -105,6 +114,8 @@ int main(int argc, char** argv) {
         status = mailhost::LibraryCommands::show(context, target, body);
     } else if (*import) {
         status = mailhost::LibraryCommands::import(context, importBox, paths);
+    } else if (*adopt) {
+        status = mailhost::LibraryCommands::adopt(context, adoptFolder, adoptName);
     } else if (*mark) {
         const char* state = markRead ? "read" : markUnread ? "unread" : markFlagged ? "flagged" : "unflagged";
         status = mailhost::LibraryCommands::mark(context, ids, state);

@@ -96,7 +96,8 @@ Library* Library::current() {
     return currentLibrary.load();
 }
 
-Result<std::unique_ptr<Library>> Library::open(const fs::path& root, bool create) {
+Result<std::unique_ptr<Library>> Library::open(const fs::path& root, bool create,
+                                               bool withStandardMailboxes) {
     registerClass();
     std::error_code ec;
     const LibraryLayout layout(root);
@@ -115,7 +116,7 @@ Result<std::unique_ptr<Library>> Library::open(const fs::path& root, bool create
     if (!index)
         return index.error();
     std::unique_ptr<Library> library(new Library(root, std::move(index.value())));
-    if (create)
+    if (create && withStandardMailboxes)
         for (const auto& name : kStandardMailboxes)
             if (auto box = library->createMailbox(name); !box)
                 return box.error();

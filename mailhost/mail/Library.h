@@ -34,7 +34,10 @@ public:
 
     // Opens the library at `root` (creating it and its standard mailboxes when
     // `create`), finishing any write a crash interrupted. It becomes the current one.
-    static platform::Result<std::unique_ptr<Library>> open(const std::filesystem::path& root, bool create);
+    // `withStandardMailboxes` false creates only the index (adopting a mail folder
+    // adds nothing to it but that).
+    static platform::Result<std::unique_ptr<Library>> open(const std::filesystem::path& root, bool create,
+                                                           bool withStandardMailboxes = true);
     static Library* current();
     ~Library();
 
