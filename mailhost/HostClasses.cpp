@@ -3,6 +3,8 @@
 #include "mailhost/bundle/MVMailBundle.h"
 #include "mailhost/mail/Library.h"
 #include "mailhost/mail/LibraryMessage.h"
+#include "mailhost/mail/LibraryStore.h"
+#include "mailhost/mail/MessageWriter.h"
 #include "mailhost/mail/RecoveredMessage.h"
 
 namespace mailhost {
@@ -12,6 +14,8 @@ void registerHostClasses() {
     LibraryIMAPMessage::registerClass(); // with Message and LibraryMessage
     RecoveredMessage::registerClass();
     Library::registerClass();
+    LibraryStore::registerClass();
+    MessageWriter::registerClass();
 }
 
 } // namespace mailhost

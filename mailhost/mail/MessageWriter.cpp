@@ -1,0 +1,159 @@
+#include "mailhost/mail/MessageWriter.h"
+
+#include "mailhost/library/EmlxFile.h"
+#include "mailhost/mail/Library.h"
+#include "mailhost/message/MessageBody.h"
+#include "platform/foundation/Log.h"
+#include "platform/foundation/Value.h"
+#include "platform/runtime/Runtime.h"
+#include "platform/runtime/Seam.h"
+#include "platform/runtime/Send.h"
+
+#include <filesystem>
+#include <string_view>
+
+namespace mailhost {
+
+namespace fs = std::filesystem;
+using platform::Dictionary;
+using platform::runtime::Runtime;
+using platform::runtime::Seam;
+
+namespace {
+
+Seam<std::shared_ptr<Message>(Object*, std::shared_ptr<Message>)>* stripSeam = nullptr;
+Seam<void(Object*)>* deallocSeam = nullptr;
+
+std::shared_ptr<Message> failure(const std::string& why) {
+    platform::Log::line("Could not remove attachments: " + why);
+    return nullptr;
+}
+
+// Takes a message this writer stored back out again, so that a failure after the
+// store leaves the library as it was before.
+void discard(Library& library, const LibraryMessage& message) {
+    (void)library.index().remove(message.libraryID());
+    std::error_code ec;
+    fs::remove(message.path(), ec);
+}
+
+// The keys the new file does not get on its own but that belong to the message, not
+// to its bytes: a colour, the plug-in's tags, what other clients wrote. The server's
+// identifier stays behind: the copy on the server is the original, not this one.
+Dictionary keysToCarry(const Dictionary& original, const Dictionary& written) {
+    Dictionary carried;
+    for (const auto& [key, value] : original.entries())
+        if (key != "remote-id" && !written.contains(key))
+            carried.set(key, value);
+    return carried;
+}
+
+// Adds `carried` to the property list of the new message's file, through the write
+// method the plug-in watches.
+bool writeCarriedKeys(LibraryMessage& message, const Dictionary& carried) {
+    const fs::path path = message.path();
+    auto file = EmlxFile::read(path);
+    if (!file || !file.value().ok())
+        return false;
+    Dictionary plist = file.value().plist().mutableCopy();
+    plist.addEntries(carried);
+    auto whole = EmlxFile::compose(file.value().messageBytes(), plist);
+    Class* library = Runtime::classNamed(Library::kClassName);
+    if (!whole || !library)
+        return false;
+    return platform::runtime::sendClass<bool, std::string, Message*, std::string_view>(
+               *library, "_writeEmlxFile:forMessage:withEmlxData:", path.string(), &message, whole.value())
+        .value_or(false);
+}
+
+} // namespace
+
+Class& MessageWriter::registerClass() {
+    Class& cls = Runtime::defineClass(kClassName);
+    if (!stripSeam) {
+        stripSeam = new Seam<std::shared_ptr<Message>(Object*, std::shared_ptr<Message>)>(
+            cls, "createMessageByRemovingAttachmentsFromMessage:",
+            &MessageWriter::hostCreateMessageByRemovingAttachments);
+        deallocSeam = new Seam<void(Object*)>(cls, "dealloc", &MessageWriter::hostDealloc);
+    }
+    cls.setFactory([](Class* c) { return std::make_unique<MessageWriter>(c); });
+    return cls;
+}
+
+std::unique_ptr<MessageWriter> MessageWriter::create() {
+    std::unique_ptr<Object> object = registerClass().createInstance();
+    auto* writer = dynamic_cast<MessageWriter*>(object.get());
+    if (!writer)
+        return nullptr;
+    object.release();
+    return std::unique_ptr<MessageWriter>(writer);
+}
+
+MessageWriter::~MessageWriter() {
+    if (deallocSeam)
+        (*deallocSeam)(this);
+}
+
+std::shared_ptr<Message>
+MessageWriter::createMessageByRemovingAttachmentsFromMessage(std::shared_ptr<Message> message) {
+    return (*stripSeam)(this, std::move(message));
+}
+
+std::shared_ptr<Message>
+MessageWriter::hostCreateMessageByRemovingAttachments(Object*, Sel, std::shared_ptr<Message> message) {
+    auto* original = dynamic_cast<LibraryMessage*>(message.get());
+    Library* library = Library::current();
+    if (!original || !library)
+        return failure("the message is not stored in the library");
+    const auto envelope = library->index().message(original->libraryID());
+    if (!envelope)
+        return failure("message " + original->messageID() + " is no longer in the library");
+    const fs::path path = original->path();
+    auto file = EmlxFile::read(path);
+    if (!file)
+        return failure(path.string() + ": " + file.error().message);
+    // A cut-short file would be stored as if it were the whole message, and the
+    // original, the only copy of what remains, would then be removed.
+    if (file.value().condition() == EmlxFile::Condition::Truncated)
+        return failure(path.string() + ": " + file.value().problem());
+    const std::string_view bytes = file.value().messageBytes();
+    auto stripped = MessageBody::removingAttachments(bytes);
+    if (!stripped)
+        return failure(path.string() + ": " + stripped.error().message);
+    if (stripped.value() == bytes)
+        return failure(path.string() + " has no attachments");
+
+    // The new message is complete on disk before anything of the original goes.
+    auto added = library->addMessage(original->mailboxName(), stripped.value(), original->flags(),
+                                     envelope->dateReceived);
+    if (!added)
+        return failure(added.error().message);
+    LibraryMessage& replacement = *added.value();
+    if (auto written = EmlxFile::read(replacement.path()); written && written.value().ok()) {
+        const Dictionary carried = keysToCarry(file.value().plist(), written.value().plist());
+        if (!carried.empty() && !writeCarriedKeys(replacement, carried)) {
+            discard(*library, replacement);
+            return failure("cannot write " + replacement.path().string());
+        }
+    }
+    if (auto removed = library->index().remove(original->libraryID()); !removed) {
+        discard(*library, replacement);
+        return failure(removed.error().message);
+    }
+    // The row is gone, so what is left on disk is a stray at worst, never lost mail.
+    std::error_code ec;
+    const auto& layout = library->layout();
+    for (bool partial : {false, true}) {
+        const fs::path old =
+            layout.messagePath(original->mailboxName(), original->libraryID(), original->sharded(), partial);
+        if (!fs::remove(old, ec) && ec)
+            platform::Log::line("Could not remove " + old.string() + ": " + ec.message());
+    }
+    fs::remove_all(layout.attachmentsFolder(original->mailboxName(), original->libraryID()), ec);
+    if (ec)
+        platform::Log::line("Could not remove the attachments of message " + original->messageID() + ": " +
+                            ec.message());
+    return added.value();
+}
+
+} // namespace mailhost
