@@ -326,6 +326,46 @@ int LibraryCommands::adopt(const Context& c, const fs::path& folder, const std::
     return report.value().messages == 0 && !report.value().skipped.empty() ? 1 : 0;
 }
 
+int LibraryCommands::copy(const Context& c, const std::vector<std::string>& ids, const std::string& mailbox) {
+    auto library = openLibrary(c);
+    if (!library)
+        return 1;
+    if (!library->index().mailboxNamed(mailbox)) {
+        c.err << "lumetta: no mailbox named \"" << mailbox << "\" (see 'lumetta mailboxes')\n";
+        return 1;
+    }
+    MessageList sources;
+    for (const auto& text : ids) {
+        auto id = parseId(text);
+        auto message = id ? library->message(*id) : nullptr;
+        if (!message) {
+            c.err << "lumetta: no message " << text << "\n";
+            return 1;
+        }
+        sources.push_back(message);
+    }
+    auto copies = Library::duplicateMessages(sources, mailbox);
+    if (!copies || copies->size() != sources.size()) {
+        c.err << "lumetta: " << (copies ? sources.size() - copies->size() : sources.size())
+              << " message(s) could not be copied (see the system log)\n";
+        if (!copies)
+            return 1;
+    }
+    Json json;
+    json.beginArray();
+    for (const auto& [source, copy] : *copies) {
+        const auto& stored = static_cast<const LibraryMessage&>(*copy);
+        if (c.json)
+            writeMessage(json, stored);
+        else
+            c.out << "copied " << source->messageID() << " to " << mailbox << " as " << stored.libraryID()
+                  << "\n";
+    }
+    if (c.json)
+        c.out << json.endArray().str() << "\n";
+    return copies->size() == sources.size() ? 0 : 1;
+}
+
 int LibraryCommands::mark(const Context& c, const std::vector<std::string>& ids, const std::string& how) {
     auto library = openLibrary(c);
     if (!library)

@@ -29,6 +29,7 @@ public:
     // A whole mail folder becomes a library in place; a mailbox folder is copied into
     // the library as mailbox `name` (default: the folder's name).
     static int adopt(const Context& c, const std::filesystem::path& folder, const std::string& name);
+    static int copy(const Context& c, const std::vector<std::string>& ids, const std::string& mailbox);
     static int mark(const Context& c, const std::vector<std::string>& ids, const std::string& how);
 };
 

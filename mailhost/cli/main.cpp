@@ -47,6 +47,11 @@ int main(int argc, char** argv) {
     auto* import = app.add_subcommand("import", "Import .eml, .emlx, mbox or Maildir mail");
     import->add_option("--mailbox", importBox, "Mailbox to import into (made when missing)");
     import->add_option("paths", paths, "Files or folders to import")->required();
+    std::vector<std::string> copyIds;
+    std::string copyTo;
+    auto* copy = app.add_subcommand("copy", "Copy messages into another mailbox");
+    copy->add_option("ids", copyIds, "Message numbers")->required();
+    copy->add_option("--to", copyTo, "Target mailbox")->required();
     std::string adoptFolder, adoptName;
     auto* adopt =
         app.add_subcommand("adopt", "Take over a mail folder or a mailbox copied from another client");
@@ -114,6 +119,8 @@ int main(int argc, char** argv) {
         status = mailhost::LibraryCommands::show(context, target, body);
     } else if (*import) {
         status = mailhost::LibraryCommands::import(context, importBox, paths);
+    } else if (*copy) {
+        status = mailhost::LibraryCommands::copy(context, copyIds, copyTo);
     } else if (*adopt) {
         status = mailhost::LibraryCommands::adopt(context, adoptFolder, adoptName);
     } else if (*mark) {

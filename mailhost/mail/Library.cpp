@@ -40,6 +40,8 @@ struct Seams {
     Seam<bool(Class*, std::string, Message*, std::string_view, std::string)>* writeWithBody = nullptr;
     Seam<bool(Class*, std::string, Message*, std::string_view)>* writeWithData = nullptr;
     Seam<void(Class*, Message*)>* updateFile = nullptr;
+    Seam<std::optional<DuplicateMap>(Class*, MessageList, std::vector<std::string>, std::string,
+                                     std::uint64_t, std::uint64_t, bool)>* duplicate = nullptr;
 };
 
 Seams& seams() {
@@ -81,6 +83,10 @@ Class& Library::registerClass() {
     s.writeWithData = classSeam<bool(Class*, std::string, Message*, std::string_view)>(
         cls, "_writeEmlxFile:forMessage:withEmlxData:", &hostWriteEmlxWithData);
     s.updateFile = classSeam<void(Class*, Message*)>(cls, "updateFileForMessage:", &hostUpdateFileForMessage);
+    s.duplicate = classSeam<std::optional<DuplicateMap>(Class*, MessageList, std::vector<std::string>,
+                                                        std::string, std::uint64_t, std::uint64_t, bool)>(
+        cls, "duplicateMessages:newRemoteIDs:forMailbox:setFlags:clearFlags:createNewCacheFiles:",
+        &hostDuplicateMessages);
     return cls;
 }
 
@@ -259,6 +265,12 @@ void Library::updateMessageFiles(Class* cls) {
     (*seams().updateMessageFiles)(cls ? cls : seams().cls);
 }
 
+std::optional<DuplicateMap> Library::duplicateMessages(const MessageList& messages,
+                                                       const std::string& mailbox, std::uint64_t setFlags,
+                                                       std::uint64_t clearFlags) {
+    return (*seams().duplicate)(seams().cls, messages, {}, mailbox, setFlags, clearFlags, true);
+}
+
 // ---- the host's implementations ----
 
 std::string Library::hostDataPathForMessage(Class*, Sel, Message* message) {
@@ -407,6 +419,48 @@ void Library::hostUpdateFileForMessage(Class*, Sel, Message* message) {
         return;
     library->markChanged({library->message(stored->libraryID())});
     (void)library->writeChangedMessages();
+}
+
+} // namespace mailhost
+
+namespace mailhost {
+
+std::optional<DuplicateMap> Library::hostDuplicateMessages(Class*, Sel, MessageList messages,
+                                                           std::vector<std::string> newRemoteIDs,
+                                                           std::string mailbox, std::uint64_t setFlags,
+                                                           std::uint64_t clearFlags, bool) {
+    Library* library = current();
+    if (!library)
+        return std::nullopt;
+    DuplicateMap copies;
+    for (std::size_t i = 0; i < messages.size(); ++i) {
+        auto* source = dynamic_cast<LibraryMessage*>(messages[i].get());
+        if (!source)
+            continue;
+        auto file = EmlxFile::read(source->path());
+        if (!file) {
+            platform::Log::line("Could not copy message " + source->messageID() + ": " +
+                                file.error().message);
+            continue;
+        }
+        const std::uint64_t flags = (source->flags() | setFlags) & ~clearFlags;
+        auto copy =
+            library->addMessage(mailbox, file.value().messageBytes(), flags, source->envelope().dateReceived);
+        if (!copy) {
+            platform::Log::line("Could not copy message " + source->messageID() + ": " +
+                                copy.error().message);
+            continue;
+        }
+        if (i < newRemoteIDs.size() && !newRemoteIDs[i].empty()) {
+            Envelope e = copy.value()->envelope();
+            e.remoteID = newRemoteIDs[i];
+            (void)library->index().update(e);
+        }
+        copies.emplace_back(messages[i], copy.value());
+    }
+    if (copies.empty())
+        return std::nullopt;
+    return copies;
 }
 
 } // namespace mailhost

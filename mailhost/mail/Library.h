@@ -11,12 +11,15 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace mailhost {
 
 using MessageList = std::vector<std::shared_ptr<Message>>;
+// What a copy made: each source message with its new copy, in the order given.
+using DuplicateMap = std::vector<std::pair<std::shared_ptr<Message>, std::shared_ptr<Message>>>;
 
 // The local mail library: mailboxes of .emlx files under one root folder, the
 // Envelope Index beside them, and the write path through which every change to a
@@ -80,6 +83,12 @@ public:
     static std::shared_ptr<LibraryMessage> messageWithLibraryID(Class* cls, std::int64_t rowid);
     static void flagsChangedForMessages(const MessageList& messages);
     static void updateMessageFiles(Class* cls);
+    // Copies messages into `mailbox`, setting and clearing flag bits on the copies;
+    // nullopt when nothing could be copied.
+    static std::optional<DuplicateMap> duplicateMessages(const MessageList& messages,
+                                                         const std::string& mailbox,
+                                                         std::uint64_t setFlags = 0,
+                                                         std::uint64_t clearFlags = 0);
 
     // The host's implementations of its replaceable class methods.
     static std::string hostDataPathForMessage(Class*, Sel, Message* message);
@@ -97,6 +106,11 @@ public:
     static bool hostWriteEmlxWithData(Class*, Sel, std::string path, Message* message,
                                       std::string_view emlxData);
     static void hostUpdateFileForMessage(Class*, Sel, Message* message);
+    static std::optional<DuplicateMap> hostDuplicateMessages(Class*, Sel, MessageList messages,
+                                                             std::vector<std::string> newRemoteIDs,
+                                                             std::string mailbox, std::uint64_t setFlags,
+                                                             std::uint64_t clearFlags,
+                                                             bool createNewCacheFiles);
 
     // Writes every changed message now; the number of files written.
     platform::Result<std::size_t> writeChangedMessages();
