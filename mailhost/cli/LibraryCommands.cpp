@@ -4,6 +4,8 @@
 #include "mailhost/import/MessageSource.h"
 #include "mailhost/mail/Library.h"
 #include "mailhost/mail/LibraryAdoption.h"
+#include "mailhost/mail/LibraryStore.h"
+#include "mailhost/mail/MessageWriter.h"
 #include "mailhost/mail/RecoveredMessage.h"
 #include "platform/foundation/Date.h"
 
@@ -364,6 +366,53 @@ int LibraryCommands::copy(const Context& c, const std::vector<std::string>& ids,
     if (c.json)
         c.out << json.endArray().str() << "\n";
     return copies->size() == sources.size() ? 0 : 1;
+}
+
+int LibraryCommands::rebuild(const Context& c, const std::string& mailbox) {
+    auto library = openLibrary(c);
+    if (!library)
+        return 1;
+    auto store = LibraryStore::forMailbox(*library, mailbox);
+    if (!store) {
+        c.err << "lumetta: no mailbox named \"" << mailbox << "\" (see 'lumetta mailboxes')\n";
+        return 1;
+    }
+    auto count = store->rebuildTableOfContents();
+    if (!count) {
+        c.err << "lumetta: " << count.error().message << "\n";
+        return 1;
+    }
+    c.out << "rebuilt " << mailbox << ": " << count.value() << " messages\n";
+    return 0;
+}
+
+int LibraryCommands::stripAttachments(const Context& c, const std::string& text) {
+    auto library = openLibrary(c);
+    if (!library)
+        return 1;
+    auto id = parseId(text);
+    auto message = id ? library->message(*id) : nullptr;
+    if (!message) {
+        c.err << "lumetta: no message " << text << "\n";
+        return 1;
+    }
+    auto writer = MessageWriter::create();
+    auto stripped = writer ? writer->createMessageByRemovingAttachmentsFromMessage(message) : nullptr;
+    auto* stored = dynamic_cast<LibraryMessage*>(stripped.get());
+    if (!stored) {
+        c.err << "lumetta: the attachments of message " << text
+              << " were not removed (it has none, or it cannot be read; see the system log)\n";
+        return 1;
+    }
+    if (c.json) {
+        Json json;
+        writeMessage(json, *stored);
+        c.out << json.str() << "\n";
+    } else {
+        c.out << "removed the attachments of " << text << "; the message is now " << stored->libraryID()
+              << "\n";
+    }
+    return 0;
 }
 
 int LibraryCommands::mark(const Context& c, const std::vector<std::string>& ids, const std::string& how) {

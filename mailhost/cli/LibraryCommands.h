@@ -30,6 +30,8 @@ public:
     // the library as mailbox `name` (default: the folder's name).
     static int adopt(const Context& c, const std::filesystem::path& folder, const std::string& name);
     static int copy(const Context& c, const std::vector<std::string>& ids, const std::string& mailbox);
+    static int rebuild(const Context& c, const std::string& mailbox);
+    static int stripAttachments(const Context& c, const std::string& id);
     static int mark(const Context& c, const std::vector<std::string>& ids, const std::string& how);
 };
 

@@ -52,6 +52,12 @@ int main(int argc, char** argv) {
     auto* copy = app.add_subcommand("copy", "Copy messages into another mailbox");
     copy->add_option("ids", copyIds, "Message numbers")->required();
     copy->add_option("--to", copyTo, "Target mailbox")->required();
+    std::string rebuildBox, stripId;
+    auto* rebuild = app.add_subcommand("rebuild", "Re-read a mailbox's files into the index");
+    rebuild->add_option("mailbox", rebuildBox, "Mailbox name")->required();
+    auto* strip =
+        app.add_subcommand("strip-attachments", "Replace a message's attachments by a note naming them");
+    strip->add_option("message", stripId, "Message number")->required();
     std::string adoptFolder, adoptName;
     auto* adopt =
         app.add_subcommand("adopt", "Take over a mail folder or a mailbox copied from another client");
@@ -121,6 +127,10 @@ int main(int argc, char** argv) {
         status = mailhost::LibraryCommands::import(context, importBox, paths);
     } else if (*copy) {
         status = mailhost::LibraryCommands::copy(context, copyIds, copyTo);
+    } else if (*rebuild) {
+        status = mailhost::LibraryCommands::rebuild(context, rebuildBox);
+    } else if (*strip) {
+        status = mailhost::LibraryCommands::stripAttachments(context, stripId);
     } else if (*adopt) {
         status = mailhost::LibraryCommands::adopt(context, adoptFolder, adoptName);
     } else if (*mark) {

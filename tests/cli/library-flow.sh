@@ -28,6 +28,12 @@ chmod -R u+w "$copied"
 "$lumetta" adopt "$copied" | grep -q 'adopted 1 messages' || fail "adopt mailbox"
 "$lumetta" ls Copied | grep -q 'Fwd: Lorem ipsum' || fail "adopted message listed"
 
+# A file dropped into a mailbox by hand shows up after a rebuild.
+cp "$fixtures/01-mail10.3-full-multipart-alt-114862.emlx" "$LUMETTA_LIBRARY/INBOX.mbox/Messages/114862.emlx"
+"$lumetta" rebuild INBOX | grep -q 'rebuilt INBOX: 1 messages' || fail "rebuild"
+"$lumetta" strip-attachments 114862 2>/dev/null && fail "stripped a message without attachments" || true
+"$lumetta" ls INBOX | grep -q Lorem || fail "message without attachments was lost"
+
 # Errors name what is wrong and exit non-zero.
 if "$lumetta" show 999999 2>"$home/err"; then fail "show of a missing message succeeded"; fi
 grep -q 'no message 999999' "$home/err" || fail "missing message error"
