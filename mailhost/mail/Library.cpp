@@ -2,6 +2,7 @@
 
 #include "mailhost/library/EmlxFile.h"
 #include "mailhost/library/WriteJournal.h"
+#include "mailhost/mail/MessageEnvelope.h"
 #include "platform/foundation/AtomicFile.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/NotificationCenter.h"
@@ -190,14 +191,7 @@ Result<std::shared_ptr<LibraryMessage>> Library::addMessage(const std::string& m
     envelope.mailbox = box->id;
     envelope.flags = flags;
     envelope.dateReceived = dateReceived;
-    if (auto headers = MessageHeaders::parse(bytes)) {
-        envelope.messageID = headers.value().messageID();
-        envelope.subject = headers.value().subject();
-        envelope.sender = headers.value().from();
-        envelope.recipients = headers.value().to();
-        if (auto sent = headers.value().dateSent())
-            envelope.dateSent = sent->seconds;
-    }
+    MessageEnvelope::addHeaders(envelope, bytes);
     auto rowid = index_->insert(envelope);
     if (!rowid)
         return rowid.error();

@@ -3,6 +3,7 @@
 #include "mailhost/library/EmlxFile.h"
 #include "mailhost/library/LibraryLayout.h"
 #include "mailhost/mail/Library.h"
+#include "mailhost/mail/MessageEnvelope.h"
 #include "mailhost/message/MessageHeaders.h"
 #include "platform/foundation/AtomicFile.h"
 #include "platform/foundation/Value.h"
@@ -16,11 +17,6 @@ namespace fs = std::filesystem;
 using platform::Result;
 
 namespace {
-
-// Dates in the client's property lists are Unix seconds, integer or real.
-double referenceSeconds(const platform::Value& unix) {
-    return unix.isNull() ? 0 : platform::Date::fromUnix(unix.doubleValue()).seconds;
-}
 
 std::vector<fs::path> messageFiles(const fs::path& folder) {
     std::vector<fs::path> files;
@@ -44,30 +40,13 @@ bool LibraryAdoption::isMailboxFolder(const fs::path& folder) {
 }
 
 std::optional<Envelope> LibraryAdoption::envelopeFromFile(const fs::path& file, std::string& problem) {
-    auto read = EmlxFile::read(file);
+    auto read = MessageEnvelope::fromFile(file);
     if (!read) {
         problem = read.error().message;
         return std::nullopt;
     }
-    const EmlxFile& emlx = read.value();
-    Envelope e;
-    const platform::Dictionary plist = emlx.plist();
-    e.flags = plist.get("flags").unsignedValue();
-    e.dateReceived = referenceSeconds(plist.get("date-received"));
-    e.remoteID = plist.get("remote-id").stringValue();
-    if (auto headers = MessageHeaders::parse(emlx.messageBytes())) {
-        e.messageID = headers.value().messageID();
-        e.subject = headers.value().subject();
-        e.sender = headers.value().from();
-        e.recipients = headers.value().to();
-        if (auto sent = headers.value().dateSent())
-            e.dateSent = sent->seconds;
-    }
-    if (e.dateSent == 0)
-        e.dateSent = referenceSeconds(plist.get("date-sent"));
-    if (!emlx.ok())
-        problem = emlx.problem(); // still a message; its property list is damaged
-    return e;
+    problem = read.value().problem; // a damaged property list: still a message
+    return read.value().envelope;
 }
 
 Result<LibraryAdoption::Report> LibraryAdoption::adoptLibrary(const fs::path& folder,

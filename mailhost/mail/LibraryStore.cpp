@@ -1,7 +1,6 @@
 #include "mailhost/mail/LibraryStore.h"
 
-#include "mailhost/library/EmlxFile.h"
-#include "mailhost/message/MessageHeaders.h"
+#include "mailhost/mail/MessageEnvelope.h"
 #include "platform/foundation/Array.h"
 #include "platform/foundation/Date.h"
 #include "platform/foundation/Log.h"
@@ -10,7 +9,6 @@
 #include "platform/runtime/Runtime.h"
 #include "platform/runtime/Seam.h"
 
-#include <chrono>
 #include <map>
 #include <optional>
 
@@ -41,58 +39,20 @@ struct FoundFiles {
     bool partial = false; // <rowid>.partial.emlx
 };
 
-// What the index should hold for a message file, read from the file alone.
-struct FileEnvelope {
-    Envelope envelope;
-    bool knowsFlags = false; // the file's property list has a flag word
-};
-
-double modificationTime(const fs::path& path) {
-    std::error_code ec;
-    const auto written = fs::last_write_time(path, ec);
-    if (ec)
-        return 0;
-    const auto unix = std::chrono::file_clock::to_sys(written).time_since_epoch();
-    return platform::Date::fromUnix(std::chrono::duration<double>(unix).count()).seconds;
-}
-
-// The client writes "date-received" as Unix seconds (integer or real); a file
-// without it counts as received when it was last written.
-double dateReceived(const platform::Dictionary& plist, const fs::path& path) {
-    const Value value = plist.get("date-received");
-    if (const platform::Date* date = value.date())
-        return date->seconds;
-    if (value.isNumber())
-        return platform::Date::fromUnix(value.doubleValue()).seconds;
-    return modificationTime(path);
-}
-
-// nullopt for a file that is not a message file at all (no count line, unreadable).
-std::optional<FileEnvelope> readEnvelope(const fs::path& path, std::int64_t rowid, std::int64_t mailbox,
-                                         bool partial) {
-    auto file = EmlxFile::read(path);
+// What the index should hold for a message file, read from the file alone; nullopt
+// for a file that is not a message file at all (no count line, unreadable).
+std::optional<MessageEnvelope::FromFile> readEnvelope(const fs::path& path, std::int64_t rowid,
+                                                      std::int64_t mailbox, bool partial) {
+    auto file = MessageEnvelope::fromFile(path);
     if (!file) {
         platform::Log::line("Rebuild skips " + path.string() + ": " + file.error().message);
         return std::nullopt;
     }
-    FileEnvelope out;
-    Envelope& e = out.envelope;
+    Envelope& e = file.value().envelope;
     e.rowid = rowid;
     e.mailbox = mailbox;
     e.partial = partial;
-    const platform::Dictionary plist = file.value().plist();
-    out.knowsFlags = plist.contains("flags");
-    e.flags = plist.get("flags").unsignedValue();
-    e.dateReceived = dateReceived(plist, path);
-    if (auto headers = MessageHeaders::parse(file.value().messageBytes())) {
-        e.messageID = headers.value().messageID();
-        e.subject = headers.value().subject();
-        e.sender = headers.value().from();
-        e.recipients = headers.value().to();
-        if (auto sent = headers.value().dateSent())
-            e.dateSent = sent->seconds;
-    }
-    return out;
+    return std::move(file.value());
 }
 
 // Every message file of the mailbox itself, by row number. Nested mailboxes are
