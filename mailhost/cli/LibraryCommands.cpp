@@ -70,6 +70,23 @@ std::optional<std::int64_t> parseId(const std::string& text) {
     return id;
 }
 
+// The library's messages for the numbers given; nullopt (after saying which) when
+// one of them names no message.
+std::optional<MessageList> findMessages(Library& library, const std::vector<std::string>& ids,
+                                        std::ostream& err) {
+    MessageList found;
+    for (const auto& text : ids) {
+        auto id = parseId(text);
+        auto message = id ? library.message(*id) : nullptr;
+        if (!message) {
+            err << "lumetta: no message " << text << "\n";
+            return std::nullopt;
+        }
+        found.push_back(message);
+    }
+    return found;
+}
+
 // Read (bit 0), flagged (bit 4), answered (bit 2), draft (bit 6), deleted (bit 1).
 std::uint64_t flagWord(const ImportedMessage& m) {
     return (m.read ? 1u : 0u) | (m.deleted ? 2u : 0u) | (m.answered ? 4u : 0u) | (m.flagged ? 16u : 0u) |
@@ -336,16 +353,10 @@ int LibraryCommands::copy(const Context& c, const std::vector<std::string>& ids,
         c.err << "lumetta: no mailbox named \"" << mailbox << "\" (see 'lumetta mailboxes')\n";
         return 1;
     }
-    MessageList sources;
-    for (const auto& text : ids) {
-        auto id = parseId(text);
-        auto message = id ? library->message(*id) : nullptr;
-        if (!message) {
-            c.err << "lumetta: no message " << text << "\n";
-            return 1;
-        }
-        sources.push_back(message);
-    }
+    auto found = findMessages(*library, ids, c.err);
+    if (!found)
+        return 1;
+    const MessageList& sources = *found;
     auto copies = Library::duplicateMessages(sources, mailbox);
     if (!copies || copies->size() != sources.size()) {
         c.err << "lumetta: " << (copies ? sources.size() - copies->size() : sources.size())
@@ -419,14 +430,10 @@ int LibraryCommands::mark(const Context& c, const std::vector<std::string>& ids,
     auto library = openLibrary(c);
     if (!library)
         return 1;
-    MessageList changed;
-    for (const auto& text : ids) {
-        auto id = parseId(text);
-        auto message = id ? library->message(*id) : nullptr;
-        if (!message) {
-            c.err << "lumetta: no message " << text << "\n";
-            return 1;
-        }
+    auto changed = findMessages(*library, ids, c.err);
+    if (!changed)
+        return 1;
+    for (const auto& message : *changed) {
         std::uint64_t flags = message->flags();
         if (how == "read")
             flags |= 1;
@@ -437,15 +444,14 @@ int LibraryCommands::mark(const Context& c, const std::vector<std::string>& ids,
         else if (how == "unflagged")
             flags &= ~std::uint64_t{16};
         message->setFlags(flags);
-        changed.push_back(message);
     }
-    Library::flagsChangedForMessages(changed);
+    Library::flagsChangedForMessages(*changed);
     auto written = library->writeChangedMessages();
     if (!written) {
         c.err << "lumetta: " << written.error().message << "\n";
         return 1;
     }
-    c.out << "marked " << changed.size() << " message" << (changed.size() == 1 ? "" : "s") << " " << how
+    c.out << "marked " << changed->size() << " message" << (changed->size() == 1 ? "" : "s") << " " << how
           << "\n";
     return 0;
 }
