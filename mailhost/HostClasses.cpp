@@ -4,7 +4,10 @@
 #include "mailhost/mail/Library.h"
 #include "mailhost/mail/LibraryMessage.h"
 #include "mailhost/mail/LibraryStore.h"
+#include "mailhost/mail/MailAccount.h"
+#include "mailhost/mail/MessageStore.h"
 #include "mailhost/mail/MessageWriter.h"
+#include "mailhost/mail/OutgoingMessage.h"
 #include "mailhost/mail/RecoveredMessage.h"
 
 namespace mailhost {
@@ -13,9 +16,12 @@ void registerHostClasses() {
     MVMailBundle::registerClass();
     LibraryIMAPMessage::registerClass(); // with Message and LibraryMessage
     RecoveredMessage::registerClass();
+    OutgoingMessage::registerClass();
     Library::registerClass();
     LibraryStore::registerClass();
     MessageWriter::registerClass();
+    MailAccount::registerClass();
+    MessageStore::registerClass();
 }
 
 } // namespace mailhost

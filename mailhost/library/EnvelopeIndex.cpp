@@ -134,6 +134,20 @@ Result<void> EnvelopeIndex::update(const Envelope& envelope) {
     return s.value().run();
 }
 
+Result<void> EnvelopeIndex::updateFlags(std::span<const std::pair<std::int64_t, std::uint64_t>> flagsByRow) {
+    return db_->transaction([&]() -> Result<void> {
+        auto s = db_->prepare("UPDATE messages SET flags = ?1 WHERE ROWID = ?2");
+        if (!s)
+            return s.error();
+        for (const auto& [rowid, flags] : flagsByRow) {
+            s.value().reset();
+            if (auto r = s.value().bind(1, static_cast<std::int64_t>(flags)).bind(2, rowid).run(); !r)
+                return r;
+        }
+        return {};
+    });
+}
+
 Result<void> EnvelopeIndex::remove(std::int64_t rowid) {
     auto s = db_->prepare("DELETE FROM messages WHERE ROWID = ?1");
     if (!s)

@@ -7,7 +7,9 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace mailhost {
@@ -48,6 +50,8 @@ public:
     // otherwise with the next free one; returns the rowid used.
     platform::Result<std::int64_t> insert(const Envelope& envelope);
     platform::Result<void> update(const Envelope& envelope);
+    // New flag words for many rows at once, in one transaction: all or none.
+    platform::Result<void> updateFlags(std::span<const std::pair<std::int64_t, std::uint64_t>> flagsByRow);
     platform::Result<void> remove(std::int64_t rowid);
     std::optional<Envelope> message(std::int64_t rowid) const;
     std::vector<Envelope> messagesInMailbox(std::int64_t mailbox) const;

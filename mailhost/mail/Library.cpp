@@ -325,6 +325,7 @@ Result<std::size_t> Library::writeChangedMessages() {
     }
     Batch batch;
     batch_ = &batch;
+    std::vector<std::pair<std::int64_t, std::uint64_t>> newFlags;
     for (const auto& [rowid, message] : pending) {
         auto* stored = static_cast<LibraryMessage*>(message.get());
         const std::string path = dataPathForMessage(stored);
@@ -336,7 +337,7 @@ Result<std::size_t> Library::writeChangedMessages() {
         }
         Envelope e = stored->envelope();
         e.flags = stored->flags();
-        (void)index_->update(e);
+        newFlags.emplace_back(e.rowid, e.flags);
         batch.tailOffsets[path] = file.value().tailOffset();
         const std::string plist =
             (*seams().plistData)(seams().cls, stored, e.subject, e.sender, e.recipients, e.dateSent,
@@ -346,6 +347,11 @@ Result<std::size_t> Library::writeChangedMessages() {
             (*seams().writeWithBody)(seams().cls, path, stored, batch.bodies[path], plist);
     }
     batch_ = nullptr;
+    // One transaction for the whole batch, just before the files: a commit per row
+    // costs more than writing the files, and a crash between the two leaves the index
+    // at most one whole batch ahead.
+    if (auto indexed = index_->updateFlags(newFlags); !indexed)
+        platform::Log::line("Could not save flags in the index: " + indexed.error().message);
     if (batch.writes.empty())
         return std::size_t{0};
     auto result = tailWriter_.write(batch.writes);
