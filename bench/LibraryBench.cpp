@@ -8,10 +8,10 @@
 #include "mailhost/library/EmlxFile.h"
 #include "mailhost/mail/Library.h"
 #include "platform/foundation/Value.h"
+#include "samples/SampleMailGenerator.h"
 
 #include <benchmark/benchmark.h>
 #include <cstdint>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <stdlib.h>
@@ -25,79 +25,6 @@ namespace {
 constexpr int kImported = 20000;
 constexpr int kFlagged = 10000;
 constexpr int kBatch = 1000;
-
-// A fixed-seed generator: every run measures the same bytes.
-struct Random {
-    std::uint64_t state = 0x9E3779B97F4A7C15ULL;
-    std::uint32_t next() {
-        state ^= state << 13;
-        state ^= state >> 7;
-        state ^= state << 17;
-        return static_cast<std::uint32_t>(state >> 11);
-    }
-    std::size_t pick(std::size_t n) { return next() % n; }
-};
-
-const char* const kSenders[] = {
-    "Ada Lovelace <ada@example.org>",          "=?UTF-8?Q?J=C3=BCrgen_M=C3=BCller?= <juergen@example.de>",
-    "Accounts Payable <accounts@example.com>", "=?ISO-8859-1?Q?Fran=E7oise_Ren=E9?= <francoise@example.fr>",
-    "Zephyr CI <ci@zephyr.example.net>",
-};
-const char* const kTopics[] = {"launch plan", "budget review",  "release 2.4",
-                               "bug triage",  "security audit", "travel"};
-
-std::string rfc2822Date(std::time_t t) {
-    std::tm tm{};
-    gmtime_r(&t, &tm);
-    char buf[64];
-    std::strftime(buf, sizeof buf, "%a, %d %b %Y %H:%M:%S +0000", &tm);
-    return buf;
-}
-
-std::string mboxDate(std::time_t t) {
-    std::tm tm{};
-    gmtime_r(&t, &tm);
-    char buf[64];
-    std::strftime(buf, sizeof buf, "%a %b %e %H:%M:%S %Y", &tm);
-    return buf;
-}
-
-// Mail as it arrives: mostly short plain text, some text-and-HTML alternatives, a few
-// with a small attachment; 1 to 3 KB each.
-std::string message(Random& rng, int serial, std::time_t when) {
-    const std::string topic = kTopics[rng.pick(std::size(kTopics))];
-    std::string headers = "Return-Path: <bounce-" + std::to_string(serial) +
-                          "@example.org>\n"
-                          "Received: from mail.example.org (mail.example.org [192.0.2.1])\n"
-                          "\tby mx.example.net (Postfix) with ESMTPS id 4F3A21C0\n"
-                          "\tfor <reader@example.net>; " +
-                          rfc2822Date(when) + "\nFrom: " + kSenders[rng.pick(std::size(kSenders))] +
-                          "\nTo: Reader <reader@example.net>\nSubject: " + topic + " #" +
-                          std::to_string(serial) + "\nDate: " + rfc2822Date(when) + "\nMessage-ID: <bench-" +
-                          std::to_string(serial) + "@example.org>\nMIME-Version: 1.0\n";
-    std::string text = "Hello,\n\n";
-    for (std::size_t line = 0, lines = 4 + rng.pick(12); line < lines; ++line)
-        text += "About the " + topic + ", point " + std::to_string(line) +
-                ": the figures look fine, see the notes for details.\n";
-    text += "\nBest regards\n";
-    const std::size_t kind = rng.pick(10);
-    if (kind < 7)
-        return headers + "Content-Type: text/plain; charset=utf-8\n\n" + text;
-    const std::string boundary = "=_bench_" + std::to_string(serial);
-    if (kind < 9)
-        return headers + "Content-Type: multipart/alternative; boundary=\"" + boundary + "\"\n\n--" +
-               boundary + "\nContent-Type: text/plain; charset=utf-8\n\n" + text + "\n--" + boundary +
-               "\nContent-Type: text/html; charset=utf-8\n\n<html><body><p>" + text +
-               "</p></body></html>\n--" + boundary + "--\n";
-    std::string payload;
-    for (int line = 0; line < 8; ++line)
-        payload += std::string(76, static_cast<char>('A' + rng.pick(26))) + "\n";
-    return headers + "Content-Type: multipart/mixed; boundary=\"" + boundary + "\"\n\n--" + boundary +
-           "\nContent-Type: text/plain; charset=utf-8\n\n" + text + "\n--" + boundary +
-           "\nContent-Type: application/pdf; name=\"notes.pdf\"\n"
-           "Content-Disposition: attachment; filename=\"notes.pdf\"\nContent-Transfer-Encoding: base64\n\n" +
-           payload + "--" + boundary + "--\n";
-}
 
 // A scratch folder for the run, removed at exit.
 struct Scratch {
@@ -122,12 +49,7 @@ const fs::path& archive() {
     static const fs::path path = [] {
         const fs::path p = scratch().root / "Archive.mbox";
         std::ofstream out(p, std::ios::binary);
-        Random rng;
-        std::time_t when = 1767225600; // 2026-01-01
-        for (int i = 0; i < kImported; ++i) {
-            when += 60 + static_cast<std::time_t>(rng.pick(3600));
-            out << "From MAILER-DAEMON " << mboxDate(when) << "\n" << message(rng, i, when) << "\n";
-        }
+        samples::SampleMailGenerator().writeMbox(out, kImported);
         return p;
     }();
     return path;
