@@ -47,22 +47,28 @@ Class* Runtime::classNamed(std::string_view name) {
     return it == r.classes.end() ? nullptr : it->second.get();
 }
 
-Imp Runtime::replaceInstanceMethod(Sel hostSelector, std::string_view hostClass, Sel replacementSelector,
-                                   std::string_view replacementClass) {
-    Class* host = classNamed(hostClass);
-    Class* replacement = classNamed(replacementClass);
+namespace {
+
+// Both kinds of replacement: look up both classes and their methods of one kind.
+Imp replaceIn(Method* (Class::*lookup)(Sel) const, Sel hostSelector, std::string_view hostClass,
+              Sel replacementSelector, std::string_view replacementClass) {
+    Class* host = Runtime::classNamed(hostClass);
+    Class* replacement = Runtime::classNamed(replacementClass);
     if (!host || !replacement)
         return nullptr;
-    return replace(host->instanceMethod(hostSelector), replacement->instanceMethod(replacementSelector));
+    return replace((host->*lookup)(hostSelector), (replacement->*lookup)(replacementSelector));
+}
+
+} // namespace
+
+Imp Runtime::replaceInstanceMethod(Sel hostSelector, std::string_view hostClass, Sel replacementSelector,
+                                   std::string_view replacementClass) {
+    return replaceIn(&Class::instanceMethod, hostSelector, hostClass, replacementSelector, replacementClass);
 }
 
 Imp Runtime::replaceClassMethod(Sel hostSelector, std::string_view hostClass, Sel replacementSelector,
                                 std::string_view replacementClass) {
-    Class* host = classNamed(hostClass);
-    Class* replacement = classNamed(replacementClass);
-    if (!host || !replacement)
-        return nullptr;
-    return replace(host->classMethod(hostSelector), replacement->classMethod(replacementSelector));
+    return replaceIn(&Class::classMethod, hostSelector, hostClass, replacementSelector, replacementClass);
 }
 
 bool Runtime::poseAsClass(std::string_view poser, std::string_view host) {

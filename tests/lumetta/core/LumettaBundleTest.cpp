@@ -169,6 +169,20 @@ TEST_F(LumettaBundleTest, ListNotificationsBeforeTheMenuExistDoNothing) {
     NotificationCenter::defaultCenter().removeObserversOwnedBy(lumetta);
 }
 
+// The diagnostic observer logs the plug-in's and host's notifications, not the toolkit's.
+TEST_F(LumettaBundleTest, DiagnosticObserverSkipsToolkitNotifications) {
+    auto bundle = start();
+    auto* lumetta = static_cast<LumettaBundle*>(bundle.get());
+    ScopedLogCapture log;
+    lumetta->observeNotification({"NSWindowDidResizeNotification", nullptr, {}});
+    EXPECT_TRUE(log.lines().empty());
+    lumetta->observeNotification({"LURulesWereApplied", nullptr, Dictionary{{"count", 2}}});
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_EQ(log.lines()[0].rfind("got Notification LURulesWereApplied object (null) userInfo{", 0), 0u)
+        << log.lines()[0];
+    NotificationCenter::defaultCenter().removeObserversOwnedBy(lumetta);
+}
+
 // A bundle without its menu interface file cannot start: the assertion is raised.
 TEST_F(LumettaBundleTest, MissingInterfaceFileRaisesTheAssertion) {
     const fs::path broken = home_ / "Broken.mailbundle";
