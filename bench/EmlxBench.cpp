@@ -80,7 +80,7 @@ std::vector<TailWrite> batchWith(int files, bool tagged) {
         platform::Dictionary plist = plistFor(i);
         if (tagged)
             plist.set("lumettaKeyWords", platform::Array{"Invoice", "Paid"});
-        batch.push_back({corpus().paths[i], corpus().tailOffsets[i], EmlxFile::tailBytes(plist).value()});
+        batch.push_back({corpus().paths[i], corpus().tailOffsets[i], EmlxFile::tailBytes(plist).value(), {}});
     }
     return batch;
 }

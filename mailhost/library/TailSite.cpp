@@ -26,7 +26,42 @@ Result<std::string> readAt(FileLayer& files, int fd, std::uint64_t offset, std::
     return bytes;
 }
 
+Result<EmlxFile::CountLine> checkCountLine(std::string_view head, std::uint64_t tailOffset) {
+    auto line = EmlxFile::parseCountLine(head);
+    if (!line)
+        return makeError(line.error().message, TailSite::kNotAsExpected);
+    if (line.value().count > tailOffset || line.value().length + line.value().count != tailOffset)
+        return makeError("its count line puts the property list at byte " +
+                             std::to_string(line.value().length + line.value().count) + ", not at " +
+                             std::to_string(tailOffset),
+                         TailSite::kNotAsExpected);
+    return line;
+}
+
+std::uint64_t fingerprintStart(const EmlxFile::CountLine& line, std::uint64_t tailOffset) {
+    return std::max<std::uint64_t>(
+        line.length, tailOffset - std::min<std::uint64_t>(tailOffset, TailSite::kFingerprintSpan));
+}
+
 } // namespace
+
+Result<TailSite> TailSite::ofBytes(std::string_view file, std::uint64_t tailOffset,
+                                   std::size_t keepOldTailUpTo) {
+    if (tailOffset > file.size())
+        return makeError("the file is shorter than the expected start of its property list", kNotAsExpected);
+    auto line = checkCountLine(file.substr(0, std::min(file.size(), EmlxFile::kMaxCountLine)), tailOffset);
+    if (!line)
+        return line.error();
+    TailSite site;
+    site.fileSize = file.size();
+    const auto spanStart = static_cast<std::size_t>(fingerprintStart(line.value(), tailOffset));
+    site.fingerprint =
+        Crc32::update(Crc32::of(file.substr(0, line.value().length)),
+                      file.substr(spanStart, static_cast<std::size_t>(tailOffset) - spanStart));
+    if (file.size() - tailOffset <= keepOldTailUpTo)
+        site.oldTail = std::string(file.substr(static_cast<std::size_t>(tailOffset)));
+    return site;
+}
 
 Result<TailSite> TailSite::inspect(FileLayer& files, int fd, std::uint64_t tailOffset,
                                    std::size_t keepOldTailUpTo) {
@@ -35,7 +70,6 @@ Result<TailSite> TailSite::inspect(FileLayer& files, int fd, std::uint64_t tailO
         return status.error();
     TailSite site;
     site.fileSize = status.value().size;
-    site.mode = status.value().mode;
     if (tailOffset > site.fileSize)
         return makeError("the file is shorter (" + std::to_string(site.fileSize) +
                              " bytes) than the expected start of its property list (" +
@@ -48,17 +82,11 @@ Result<TailSite> TailSite::inspect(FileLayer& files, int fd, std::uint64_t tailO
                whole ? site.fileSize : std::min<std::uint64_t>(site.fileSize, EmlxFile::kMaxCountLine));
     if (!head)
         return head.error();
-    auto line = EmlxFile::parseCountLine(head.value());
+    auto line = checkCountLine(head.value(), tailOffset);
     if (!line)
-        return makeError(line.error().message, kNotAsExpected);
-    if (line.value().count > tailOffset || line.value().length + line.value().count != tailOffset)
-        return makeError("its count line puts the property list at byte " +
-                             std::to_string(line.value().length + line.value().count) + ", not at " +
-                             std::to_string(tailOffset),
-                         kNotAsExpected);
+        return line.error();
 
-    const std::uint64_t spanStart = std::max<std::uint64_t>(
-        line.value().length, tailOffset - std::min<std::uint64_t>(tailOffset, kFingerprintSpan));
+    const std::uint64_t spanStart = fingerprintStart(line.value(), tailOffset);
     const std::uint64_t tailSize = site.fileSize - tailOffset;
     const bool keepTail = tailSize <= keepOldTailUpTo;
     std::string rest;

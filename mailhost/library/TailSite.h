@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace mailhost {
 
@@ -28,8 +29,12 @@ public:
     [[nodiscard]] static platform::Result<TailSite>
     inspect(FileLayer& files, int fd, std::uint64_t tailOffset, std::size_t keepOldTailUpTo = 0);
 
+    // The same, from the whole file's bytes as a caller has just read them: saves
+    // a writer that already holds the file a second open and read.
+    [[nodiscard]] static platform::Result<TailSite> ofBytes(std::string_view file, std::uint64_t tailOffset,
+                                                            std::size_t keepOldTailUpTo = 0);
+
     std::uint64_t fileSize = 0;
-    mode_t mode = 0;
     std::uint32_t fingerprint = 0;
     std::optional<std::string> oldTail;
 };

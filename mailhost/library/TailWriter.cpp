@@ -16,9 +16,6 @@ namespace mailhost {
 
 namespace {
 
-// Old tails up to this size are kept in memory during a batch so that a failed
-// write can put them back; tails are a few hundred bytes in practice.
-constexpr std::size_t kKeepOldTail = 64 * 1024;
 // No reader accepts a larger property list, and the journal's records could not hold
 // one much larger.
 constexpr std::size_t kMaxTail = platform::PropertyList::kMaxInputBytes;
@@ -86,6 +83,12 @@ void TailWriter::plan(std::span<const TailWrite> batch, BatchResult& result,
         if (w.tail.size() > kMaxTail) {
             result.files[i] = failed(path, makeError("the new property list is too large (" +
                                                      std::to_string(w.tail.size()) + " bytes)"));
+            continue;
+        }
+        if (w.site) {
+            records.push_back(
+                WriteJournal::Record{path, w.tailOffset, w.site->fileSize, w.site->fingerprint, w.tail});
+            planned.push_back(Planned{i, w.site->oldTail});
             continue;
         }
         auto fd = files_.open(w.path, O_RDWR, 0);

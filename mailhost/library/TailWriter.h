@@ -2,6 +2,7 @@
 
 #include "mailhost/library/FileLayer.h"
 #include "mailhost/library/RealFileLayer.h"
+#include "mailhost/library/TailSite.h"
 #include "mailhost/library/WriteJournal.h"
 
 #include <cstdint>
@@ -21,6 +22,10 @@ struct TailWrite {
     // its count line no longer says so.
     std::uint64_t tailOffset = 0;
     std::string tail;
+    // The file as the caller read it just before, when it did: the writer then
+    // does not open and read it a second time to plan the batch. Writing still
+    // checks that the file's size is the one described here.
+    std::optional<TailSite> site;
 };
 
 // Rewrites the property-list tails of many message files at once, crash-safe and
@@ -36,6 +41,10 @@ struct TailWrite {
 // processes are kept out by the journal's lock.
 class TailWriter {
 public:
+    // Old tails up to this size are kept in memory during a batch so that a failed
+    // write can put them back; tails are a few hundred bytes in practice.
+    static constexpr std::size_t kKeepOldTail = 64 * 1024;
+
     struct Options {
         // Flush each file after writing it instead of the whole file system once at
         // the end of the batch.

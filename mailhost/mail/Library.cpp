@@ -338,13 +338,12 @@ Result<std::size_t> Library::writeChangedMessages() {
         Envelope e = stored->envelope();
         e.flags = stored->flags();
         newFlags.emplace_back(e.rowid, e.flags);
-        batch.tailOffsets[path] = file.value().tailOffset();
+        const EmlxFile& read = batch.files.insert_or_assign(path, std::move(file).value()).first->second;
         const std::string plist =
             (*seams().plistData)(seams().cls, stored, e.subject, e.sender, e.recipients, e.dateSent,
-                                 e.remoteID, std::string(), e.flags, file.value().plist().mutableCopy());
-        batch.bodies[path] = std::string(file.value().messageBytes());
+                                 e.remoteID, std::string(), e.flags, read.plist().mutableCopy());
         if (!plist.empty())
-            (*seams().writeWithBody)(seams().cls, path, stored, batch.bodies[path], plist);
+            (*seams().writeWithBody)(seams().cls, path, stored, read.messageBytes(), plist);
     }
     batch_ = nullptr;
     // One transaction for the whole batch, just before the files: a commit per row
@@ -387,11 +386,13 @@ bool Library::hostWriteEmlxWithBody(Class*, Sel, std::string path, Message* mess
     // The message bytes are those already in the file: only the tail changes, in
     // place, with the rest of the batch.
     if (library && library->batch_) {
-        auto offset = library->batch_->tailOffsets.find(path);
-        auto stored = library->batch_->bodies.find(path);
-        if (offset != library->batch_->tailOffsets.end() && stored != library->batch_->bodies.end() &&
-            stored->second == body) {
-            library->batch_->writes.push_back({path, offset->second, std::move(plistData)});
+        auto read = library->batch_->files.find(path);
+        if (read != library->batch_->files.end() && read->second.messageBytes() == body) {
+            const EmlxFile& file = read->second;
+            auto site = TailSite::ofBytes(file.bytes(), file.tailOffset(), TailWriter::kKeepOldTail);
+            library->batch_->writes.push_back(
+                {path, file.tailOffset(), std::move(plistData),
+                 site ? std::optional<TailSite>(std::move(site).value()) : std::nullopt});
             return true;
         }
     }

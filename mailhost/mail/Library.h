@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mailhost/library/EmlxFile.h"
 #include "mailhost/library/EnvelopeIndex.h"
 #include "mailhost/library/LibraryLayout.h"
 #include "mailhost/library/TailWriter.h"
@@ -13,6 +14,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace mailhost {
@@ -123,8 +125,9 @@ private:
     // Tail writes collected while updateMessageFiles runs, committed as one batch.
     struct Batch {
         std::vector<TailWrite> writes;
-        std::map<std::string, std::uint64_t> tailOffsets; // path -> tail offset read
-        std::map<std::string, std::string> bodies;        // path -> message bytes read
+        // path -> the file as read for this batch; the write hook compares the body
+        // it is given with these bytes to know the tail alone changes.
+        std::unordered_map<std::string, EmlxFile> files;
     };
 
     LibraryLayout layout_;

@@ -53,8 +53,10 @@ std::int64_t generationIn(std::string_view bytes) {
         for (int first = 0; first < kFiles; first += kBatch) {
             std::vector<TailWrite> batch;
             for (int i = first; i < first + kBatch; ++i)
-                batch.push_back({lib.paths[i], lib.tailOffsets[i],
-                                 EmlxFile::tailBytes(plistFor(i, lib.generations[i] + round)).value()});
+                batch.push_back({lib.paths[i],
+                                 lib.tailOffsets[i],
+                                 EmlxFile::tailBytes(plistFor(i, lib.generations[i] + round)).value(),
+                                 {}});
             auto result = writer.write(batch);
             if (!result.ok() || result.value().count(TailWriter::Outcome::Written) != batch.size())
                 ::_exit(3);

@@ -3,12 +3,14 @@
 #include "MessageFileSupport.h"
 #include "mailhost/library/EmlxFile.h"
 #include "mailhost/library/FaultyFileLayer.h"
+#include "mailhost/library/TailSite.h"
 #include "mailhost/library/WriteJournal.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/Value.h"
 #include "support/GoldenFile.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -56,7 +58,7 @@ protected:
             } else {
                 plist.set("lumettaKeyWords", platform::Array{"Invoice", "Project " + std::to_string(i)});
             }
-            batch.push_back({paths_[i], file.tailOffset(), EmlxFile::tailBytes(plist).value()});
+            batch.push_back({paths_[i], file.tailOffset(), EmlxFile::tailBytes(plist).value(), {}});
         }
         return batch;
     }
@@ -88,7 +90,7 @@ TEST(TailWriterReal, RewritesEachGenuineTailKeepingMessageBytesAndClientKeys) {
 
         Dictionary plist = file.value().plist().mutableCopy();
         plist.set("lumettaKeyWords", platform::Array{"Invoice"});
-        const TailWrite w{copy, file.value().tailOffset(), EmlxFile::tailBytes(plist).value()};
+        const TailWrite w{copy, file.value().tailOffset(), EmlxFile::tailBytes(plist).value(), {}};
         auto written = writer.write(std::span(&w, 1));
         ASSERT_TRUE(written.ok()) << written.error().message;
 
@@ -149,6 +151,41 @@ TEST_F(TailWriterTest, LeavesAloneFilesThatAreNotAsDescribed) {
 }
 
 // A full or failing disk while the journal is written: nothing changes.
+// A writer that already holds the bytes describes the file itself: the description
+// must match what a replay checks, or a crash would leave such a batch undone.
+TEST_F(TailWriterTest, CallerDescriptionMatchesTheFileAndGoesStaleWhenTheFileChanges) {
+    std::vector<fs::path> files = paths_;
+    for (const fs::path& real : testsupport::realMessageFiles())
+        files.push_back(real);
+    for (const fs::path& path : files) {
+        SCOPED_TRACE(path.filename());
+        auto file = EmlxFile::read(path);
+        if (!file.ok() || file.value().condition() == EmlxFile::Condition::Truncated)
+            continue;
+        auto fromBytes = TailSite::ofBytes(file.value().bytes(), file.value().tailOffset(), 1 << 20);
+        FileLayer::Handle handle(RealFileLayer::instance(),
+                                 RealFileLayer::instance().open(path, O_RDONLY, 0).value());
+        auto inspected =
+            TailSite::inspect(RealFileLayer::instance(), handle.fd(), file.value().tailOffset(), 1 << 20);
+        ASSERT_TRUE(fromBytes.ok() && inspected.ok());
+        EXPECT_EQ(fromBytes.value().fingerprint, inspected.value().fingerprint);
+        EXPECT_EQ(fromBytes.value().fileSize, inspected.value().fileSize);
+        EXPECT_EQ(fromBytes.value().oldTail, inspected.value().oldTail);
+        EXPECT_FALSE(TailSite::ofBytes(file.value().bytes(), file.value().tailOffset() - 1).ok());
+    }
+
+    auto batch = newTails();
+    for (std::size_t i = 0; i < batch.size(); ++i)
+        batch[i].site = TailSite::ofBytes(before_[i], batch[i].tailOffset).value();
+    testsupport::writeBytes(paths_[1], before_[1] + "\n"); // changed after the caller read it
+    auto result = TailWriter(root()).write(batch);
+    ASSERT_TRUE(result.ok());
+    EXPECT_EQ(result.value().files[1].outcome, Outcome::Skipped);
+    EXPECT_EQ(readFile(paths_[1]), before_[1] + "\n");
+    expectNew(0, batch);
+    expectNew(2, batch);
+}
+
 TEST_F(TailWriterTest, JournalFailureChangesNothing) {
     struct Fault {
         Call call;
@@ -239,7 +276,7 @@ TEST_F(TailWriterTest, NextBatchCompletesAnUnfinishedOneFirst) {
 
     // While the unfinished batch cannot be completed, no new one starts.
     Dictionary plist = testsupport::clientKeys(7);
-    const TailWrite second{paths_[2], first[2].tailOffset, EmlxFile::tailBytes(plist).value()};
+    const TailWrite second{paths_[2], first[2].tailOffset, EmlxFile::tailBytes(plist).value(), {}};
     faulty.failNth(Call::Write, paths_[0].filename().string(), 1, EIO);
     auto refused = writer.write(std::span(&second, 1));
     ASSERT_FALSE(refused.ok());
