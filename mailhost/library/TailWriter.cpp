@@ -46,7 +46,8 @@ TailWriter::TailWriter(std::filesystem::path root, FileLayer& files)
 TailWriter::TailWriter(std::filesystem::path root, FileLayer& files, Options options)
     : files_(files), options_(options), journal_(std::move(root), files) {}
 
-Result<TailWriter::BatchResult> TailWriter::write(std::span<const TailWrite> batch) {
+Result<TailWriter::BatchResult> TailWriter::write(std::span<const TailWrite> batch,
+                                                  const Committed& committed) {
     std::lock_guard guard(mutex_);
     if (auto locked = journal_.lock(); !locked)
         return locked.error();
@@ -59,7 +60,7 @@ Result<TailWriter::BatchResult> TailWriter::write(std::span<const TailWrite> bat
                              pending.error().message,
                          pending.error().code);
     }
-    auto result = writeLocked(batch);
+    auto result = writeLocked(batch, committed);
     journal_.unlock();
     return result;
 }
@@ -144,7 +145,8 @@ TailWriter::FileResult TailWriter::writeOne(const WriteJournal::Record& r, const
     return {};
 }
 
-Result<TailWriter::BatchResult> TailWriter::writeLocked(std::span<const TailWrite> batch) {
+Result<TailWriter::BatchResult> TailWriter::writeLocked(std::span<const TailWrite> batch,
+                                                        const Committed& committed) {
     BatchResult result;
     result.files.resize(batch.size());
     std::vector<WriteJournal::Record> records;
@@ -155,8 +157,15 @@ Result<TailWriter::BatchResult> TailWriter::writeLocked(std::span<const TailWrit
     if (records.empty())
         return result;
 
-    if (auto committed = journal_.commit(records); !committed)
-        return makeError("no message file was changed: " + committed.error().message, committed.error().code);
+    if (auto journaled = journal_.commit(records); !journaled)
+        return makeError("no message file was changed: " + journaled.error().message, journaled.error().code);
+    if (committed) {
+        std::vector<std::size_t> entries;
+        entries.reserve(planned.size());
+        for (const Planned& p : planned)
+            entries.push_back(p.index);
+        committed(entries);
+    }
 
     bool anyFailed = false;
     for (std::size_t k = 0; k < records.size(); ++k) {

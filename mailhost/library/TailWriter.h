@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <span>
@@ -79,7 +80,15 @@ public:
     // An error means nothing was written (the journal could not be written, or an
     // earlier unfinished batch could not be completed); otherwise the result says
     // what happened to each file.
-    [[nodiscard]] platform::Result<BatchResult> write(std::span<const TailWrite> batch);
+    //
+    // `committed`, when given, runs once the batch is safe in the journal and before
+    // any file is touched, with the positions in `batch` of the entries the journal
+    // holds: facts kept elsewhere about the new tails (the flags in the library's
+    // index) are saved there then, so they are never ahead of a batch that could
+    // still be lost, and a replay names the files whose facts to re-read.
+    using Committed = std::function<void(const std::vector<std::size_t>& entries)>;
+    [[nodiscard]] platform::Result<BatchResult> write(std::span<const TailWrite> batch,
+                                                      const Committed& committed = {});
 
 private:
     struct Planned {
@@ -87,7 +96,8 @@ private:
         std::optional<std::string> oldTail;
     };
 
-    [[nodiscard]] platform::Result<BatchResult> writeLocked(std::span<const TailWrite> batch);
+    [[nodiscard]] platform::Result<BatchResult> writeLocked(std::span<const TailWrite> batch,
+                                                            const Committed& committed);
     void plan(std::span<const TailWrite> batch, BatchResult& result,
               std::vector<WriteJournal::Record>& records, std::vector<Planned>& planned);
     FileResult writeOne(const WriteJournal::Record& record, const Planned& planned);

@@ -249,6 +249,7 @@ Result<WriteJournal::ReplayReport> WriteJournal::replayPending() {
     std::size_t failed = 0;
     platform::Error firstError;
     for (const Record& r : contents.records) {
+        report.paths.push_back(r.path);
         auto applied = apply(r);
         if (!applied) {
             if (failed++ == 0)

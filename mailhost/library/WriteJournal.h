@@ -57,6 +57,10 @@ public:
         bool hadBatch = false;
         std::size_t applied = 0;
         std::size_t skipped = 0;
+        // Every file the completed batch named: whoever keeps facts about these
+        // files elsewhere (the library's index) re-reads them, as the crash may
+        // have come between updating those facts and writing the files.
+        std::vector<std::string> paths;
     };
 
     WriteJournal(std::filesystem::path root, FileLayer& files);

@@ -12,6 +12,7 @@
 #include "platform/runtime/Seam.h"
 
 #include <atomic>
+#include <set>
 
 namespace mailhost {
 
@@ -116,13 +117,15 @@ Result<std::unique_ptr<Library>> Library::open(const fs::path& root, bool create
     if (ec)
         return platform::makeError("cannot create " + root.string() + ": " + ec.message(), ec.value());
     // A batch of tail writes that a crash interrupted is finished before anything reads.
-    if (auto replay = WriteJournal::replay(root); !replay)
+    auto replay = WriteJournal::replay(root);
+    if (!replay)
         return platform::makeError("cannot finish the interrupted write in " + root.string() + ": " +
                                    replay.error().message);
     auto index = EnvelopeIndex::open(layout.envelopeIndexPath());
     if (!index)
         return index.error();
     std::unique_ptr<Library> library(new Library(root, std::move(index.value())));
+    library->reloadFlagsFromFiles(replay.value().paths);
     if (create && withStandardMailboxes)
         for (const auto& name : kStandardMailboxes)
             if (auto box = library->createMailbox(name); !box)
@@ -346,14 +349,24 @@ Result<std::size_t> Library::writeChangedMessages() {
             (*seams().writeWithBody)(seams().cls, path, stored, read.messageBytes(), plist);
     }
     batch_ = nullptr;
-    // One transaction for the whole batch, just before the files: a commit per row
-    // costs more than writing the files, and a crash between the two leaves the index
-    // at most one whole batch ahead.
-    if (auto indexed = index_->updateFlags(newFlags); !indexed)
-        platform::Log::line("Could not save flags in the index: " + indexed.error().message);
+    // Messages saved whole (their bytes changed) are already in place; the flags of
+    // tail writes go into the index, in one transaction, once the journal holds the
+    // batch: a crash before that loses both, one after it is completed from the
+    // journal, and opening the library then re-reads the flags of the files it names.
+    std::set<std::int64_t> inBatch;
+    for (const auto& [rowid, flags] : batch.writeFlags)
+        inBatch.insert(rowid);
+    std::erase_if(newFlags, [&](const auto& row) { return inBatch.count(row.first) != 0; });
+    saveFlagsInIndex(newFlags);
     if (batch.writes.empty())
         return std::size_t{0};
-    auto result = tailWriter_.write(batch.writes);
+    auto result = tailWriter_.write(batch.writes, [&](const std::vector<std::size_t>& entries) {
+        std::vector<std::pair<std::int64_t, std::uint64_t>> rows;
+        rows.reserve(entries.size());
+        for (std::size_t entry : entries)
+            rows.push_back(batch.writeFlags[entry]);
+        saveFlagsInIndex(rows);
+    });
     if (!result)
         return result.error();
     const auto written = result.value().count(TailWriter::Outcome::Written);
@@ -380,6 +393,27 @@ std::string Library::hostPlistData(Class*, Sel, Message*, std::string, std::stri
     return platform::PropertyList::xml(plist).valueOr(std::string());
 }
 
+void Library::reloadFlagsFromFiles(const std::vector<std::string>& paths) {
+    std::vector<std::pair<std::int64_t, std::uint64_t>> rows;
+    for (const std::string& path : paths) {
+        auto where = layout_.locate(path);
+        if (!where)
+            continue;
+        auto file = EmlxFile::read(path);
+        if (!file || !file.value().ok() || !file.value().plist().contains("flags"))
+            continue;
+        rows.emplace_back(where->rowid, file.value().plist().get("flags").unsignedValue());
+    }
+    saveFlagsInIndex(rows);
+}
+
+void Library::saveFlagsInIndex(std::span<const std::pair<std::int64_t, std::uint64_t>> rows) {
+    if (rows.empty())
+        return;
+    if (auto indexed = index_->updateFlags(rows); !indexed)
+        platform::Log::line("Could not save flags in the index: " + indexed.error().message);
+}
+
 bool Library::hostWriteEmlxWithBody(Class*, Sel, std::string path, Message* message, std::string_view body,
                                     std::string plistData) {
     Library* library = current();
@@ -387,12 +421,14 @@ bool Library::hostWriteEmlxWithBody(Class*, Sel, std::string path, Message* mess
     // place, with the rest of the batch.
     if (library && library->batch_) {
         auto read = library->batch_->files.find(path);
-        if (read != library->batch_->files.end() && read->second.messageBytes() == body) {
+        auto* stored = dynamic_cast<LibraryMessage*>(message);
+        if (stored && read != library->batch_->files.end() && read->second.messageBytes() == body) {
             const EmlxFile& file = read->second;
             auto site = TailSite::ofBytes(file.bytes(), file.tailOffset(), TailWriter::kKeepOldTail);
             library->batch_->writes.push_back(
                 {path, file.tailOffset(), std::move(plistData),
                  site ? std::optional<TailSite>(std::move(site).value()) : std::nullopt});
+            library->batch_->writeFlags.emplace_back(stored->libraryID(), stored->flags());
             return true;
         }
     }

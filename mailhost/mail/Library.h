@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -121,10 +122,15 @@ public:
 private:
     Library(std::filesystem::path root, std::unique_ptr<EnvelopeIndex> index);
     std::shared_ptr<LibraryMessage> makeMessage(const Envelope& envelope);
+    void saveFlagsInIndex(std::span<const std::pair<std::int64_t, std::uint64_t>> rows);
+    // After a replayed batch: the index takes the flags the named files now hold.
+    void reloadFlagsFromFiles(const std::vector<std::string>& paths);
 
     // Tail writes collected while updateMessageFiles runs, committed as one batch.
     struct Batch {
         std::vector<TailWrite> writes;
+        // The row and flag word each of `writes` saves, for the index.
+        std::vector<std::pair<std::int64_t, std::uint64_t>> writeFlags;
         // path -> the file as read for this batch; the write hook compares the body
         // it is given with these bytes to know the tail alone changes.
         std::unordered_map<std::string, EmlxFile> files;
