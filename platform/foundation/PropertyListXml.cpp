@@ -121,6 +121,8 @@ Result<void> appendValue(std::string& out, const Value& value, std::size_t level
     switch (value.type()) {
     case Value::Type::Null:
         return makeError("a property list cannot hold a null value");
+    case Value::Type::Set:
+        return makeError("a property list cannot hold a set");
     case Value::Type::Boolean:
         out += value.boolValue() ? "<true/>\n" : "<false/>\n";
         break;

@@ -160,15 +160,18 @@ void describe(const Value& value, int indent, bool nested, std::string& out) {
     case Value::Type::String:
         out += nested ? quoteIfNeeded(*value.string()) : *value.string();
         return;
-    case Value::Type::Array: {
-        out += "(\n";
-        const auto& items = value.array()->items();
+    case Value::Type::Array:
+    case Value::Type::Set: {
+        // Foundation prints a set as {(a, b)}; an array as (a, b).
+        const bool isSet = value.isSet();
+        out += isSet ? "{(\n" : "(\n";
+        const auto& items = isSet ? value.set()->items() : value.array()->items();
         for (std::size_t i = 0; i < items.size(); ++i) {
             out += innerPad;
             describe(items[i], indent + 1, true, out);
             out += i + 1 < items.size() ? ",\n" : "\n";
         }
-        out += pad + ")";
+        out += pad + (isSet ? ")}" : ")");
         return;
     }
     case Value::Type::Dictionary: {
@@ -221,8 +224,10 @@ Value::Type Value::type() const {
         return Type::Data;
     case 8:
         return Type::Array;
-    default:
+    case 9:
         return Type::Dictionary;
+    default:
+        return Type::Set;
     }
 }
 
@@ -354,6 +359,8 @@ bool Value::isEqual(const Value& other) const {
         return array()->isEqual(*other.array());
     case Type::Dictionary:
         return dictionary()->isEqual(*other.dictionary());
+    case Type::Set:
+        return set()->isEqual(*other.set());
     default:
         return false;
     }
@@ -364,6 +371,8 @@ Value Value::mutableCopy() const {
         return a->mutableCopy();
     if (auto d = dictionary())
         return d->mutableCopy();
+    if (auto s = set())
+        return s->mutableCopy();
     return *this;
 }
 
@@ -378,6 +387,12 @@ Value Value::deepCopy() const {
         platform::Dictionary copy;
         for (const auto& [key, item] : d->entries())
             copy.set(key, item.deepCopy());
+        return copy;
+    }
+    if (auto s = set()) {
+        platform::Set copy;
+        for (const auto& item : s->items())
+            copy.add(item.deepCopy());
         return copy;
     }
     return *this;

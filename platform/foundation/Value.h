@@ -3,6 +3,7 @@
 #include "platform/foundation/Array.h"
 #include "platform/foundation/Date.h"
 #include "platform/foundation/Dictionary.h"
+#include "platform/foundation/Set.h"
 
 #include <cstdint>
 #include <string>
@@ -23,7 +24,7 @@ struct Data {
 // object": reading it as a number gives 0, as a string gives "".
 class Value {
 public:
-    enum class Type { Null, Boolean, Integer, Real, String, Date, Data, Array, Dictionary };
+    enum class Type { Null, Boolean, Integer, Real, String, Date, Data, Array, Dictionary, Set };
 
     Value() = default;
     Value(std::nullptr_t) {}
@@ -42,6 +43,7 @@ public:
     Value(platform::Data d) : v_(std::move(d)) {}
     Value(platform::Array a) : v_(std::move(a)) {}
     Value(platform::Dictionary d) : v_(std::move(d)) {}
+    Value(platform::Set s) : v_(std::move(s)) {}
     // A 64-bit unsigned integer; values above INT64_MAX keep their unsigned reading
     // (flag words with the top bit set round-trip).
     static Value unsignedInteger(std::uint64_t u);
@@ -58,6 +60,7 @@ public:
     bool isData() const { return type() == Type::Data; }
     bool isArray() const { return type() == Type::Array; }
     bool isDictionary() const { return type() == Type::Dictionary; }
+    bool isSet() const { return type() == Type::Set; }
     bool isUnsignedBig() const { return std::holds_alternative<std::uint64_t>(v_); }
 
     // Typed access: nullptr when the value is of another type.
@@ -66,6 +69,7 @@ public:
     const platform::Data* data() const { return std::get_if<platform::Data>(&v_); }
     const platform::Array* array() const { return std::get_if<platform::Array>(&v_); }
     const platform::Dictionary* dictionary() const { return std::get_if<platform::Dictionary>(&v_); }
+    const platform::Set* set() const { return std::get_if<platform::Set>(&v_); }
 
     // Foundation's numeric readings. Integers narrow as C narrows them (intValue keeps
     // the low 32 bits); reals truncate toward zero and saturate at the type's limits
@@ -91,7 +95,7 @@ public:
     bool isEqual(const Value& other) const;
     friend bool operator==(const Value& a, const Value& b) { return a.isEqual(b); }
 
-    // A separate container with the same elements for arrays and dictionaries; the
+    // A separate container with the same elements for arrays, dictionaries and sets; the
     // value itself for scalars.
     Value mutableCopy() const;
     // Copies containers all the way down.
@@ -99,7 +103,7 @@ public:
 
 private:
     std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string, platform::Date,
-                 platform::Data, platform::Array, platform::Dictionary>
+                 platform::Data, platform::Array, platform::Dictionary, platform::Set>
         v_;
 };
 

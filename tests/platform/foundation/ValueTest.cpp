@@ -1,5 +1,7 @@
 #include "platform/foundation/Value.h"
 
+#include "platform/foundation/PropertyList.h"
+
 #include <climits>
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -143,6 +145,24 @@ TEST(ArrayEditing, RemovesEveryEqualElementIncludingFromItself) {
     a.append(a);
     EXPECT_EQ(a.count(), 2u);
     EXPECT_TRUE(a.at(99).isNull());
+}
+
+// A set holds each value once, however often it is added, compares regardless of
+// order, and is never written into a property list.
+TEST(SetEditing, HoldsEachValueOnceAndStaysOutOfPropertyLists) {
+    Set s{"lumettaProject", "lumettaProject"};
+    Set shared = s;
+    shared.add("lumettaKeyWords");
+    shared.add("lumettaKeyWords");
+    EXPECT_EQ(s.count(), 2u);
+    EXPECT_EQ(Value(s), Value(Set{"lumettaKeyWords", "lumettaProject"}));
+    EXPECT_NE(Value(s), Value(Array{"lumettaProject", "lumettaKeyWords"}));
+    Value copy = Value(s).mutableCopy();
+    s.remove(Value("lumettaProject"));
+    EXPECT_EQ(copy.set()->count(), 2u);
+    EXPECT_FALSE(s.contains("lumettaProject"));
+    EXPECT_EQ(Value(s).description(), "{(\n    lumettaKeyWords\n)}");
+    EXPECT_FALSE(PropertyList::xml(Dictionary{{"__tagsToRemove", s}}).ok());
 }
 
 // Equality is Foundation's: numbers by value across kinds, strings exactly,
