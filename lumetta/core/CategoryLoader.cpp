@@ -2,6 +2,13 @@
 
 #include "lumetta/core/AttachedStateCategories.h"
 #include "lumetta/core/LumettaBundle.h"
+#include "lumetta/store/LibraryMessageTagAccess.h"
+#include "lumetta/store/LibraryStoreTagCarryOver.h"
+#include "lumetta/store/LibraryTagPersistence.h"
+#include "lumetta/store/MessageTagAccess.h"
+#include "lumetta/store/MessageWriterTagCarryOver.h"
+#include "lumetta/store/RecoveredMessageTagAccess.h"
+#include "lumetta/store/SpotlightSync.h"
 
 namespace lumetta {
 
@@ -11,13 +18,20 @@ void loadCategories() {
         return;
     loaded = true;
     LumettaBundle::registerClass();
-    // Host classes in the order their replacements are installed; the tag store,
-    // criteria, rules, viewer and panel categories join this list as they arrive.
+    // Host classes in the order their replacements are installed; the criteria,
+    // rules, viewer and panel categories join this list as they arrive.
+    LibraryTagPersistence::load();
+    SpotlightSync::load();
     MessageContentControllerCategory::load();
     CriteriaUIHelperCategory::load();
     MessageTilingViewCategory::load();
     MailSorterPreferencesCategory::load();
     MessageRuleCategory::load();
+    LibraryMessageTagAccess::load();
+    MessageTagAccess::load();
+    RecoveredMessageTagAccess::load();
+    LibraryStoreTagCarryOver::load();
+    MessageWriterTagCarryOver::load();
 }
 
 } // namespace lumetta

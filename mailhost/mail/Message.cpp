@@ -54,6 +54,12 @@ platform::Result<std::string> Message::messageBytes() const {
     return platform::makeError("this message has no stored bytes");
 }
 
+std::shared_ptr<Message> Message::sharedReference() {
+    if (auto owned = weak_from_this().lock())
+        return owned;
+    return std::shared_ptr<Message>(std::shared_ptr<Message>(), this);
+}
+
 bool Message::isKindOfClass(std::string_view className) const {
     const Class* wanted = Runtime::classNamed(className);
     return wanted && objectClass()->isSubclassOf(wanted);

@@ -6,6 +6,7 @@
 #include "platform/runtime/Object.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,7 +19,7 @@ using platform::runtime::Sel;
 
 // A mail message as the client handles it. Several objects may stand for one stored
 // message; each reads what it needs on demand. Subclasses say where the bytes live.
-class Message : public Object {
+class Message : public Object, public std::enable_shared_from_this<Message> {
 public:
     static constexpr const char* kClassName = "Message";
     // Defines "Message" and its replaceable methods ("dealloc").
@@ -44,6 +45,11 @@ public:
     void setFlags(std::uint64_t flags) { flags_ = flags; }
 
     bool isKindOfClass(std::string_view className) const;
+
+    // A shared reference to this message for lists the library keeps (changed
+    // messages wait in one until they are written). A message not owned by a shared
+    // pointer gets a reference that does not own it: the caller keeps it alive.
+    std::shared_ptr<Message> sharedReference();
 
     static void hostDealloc(Object*, Sel) {}
 

@@ -37,6 +37,21 @@ template <class R, class Self, class... Args> std::optional<R> send(Self* self, 
     return reinterpret_cast<Imp>(m->imp())(self, selector, args...);
 }
 
+// The same for instance methods without a result; false when the method is missing.
+template <class Self, class... Args> bool sendVoid(Self* self, Sel selector, Args... args) {
+    using Imp = void (*)(Self*, Sel, Args...);
+    Method* m = self->objectClass()->instanceMethod(selector);
+    if (!m || m->type() != std::type_index(typeid(Imp)))
+        return false;
+    reinterpret_cast<Imp>(m->imp())(self, selector, args...);
+    return true;
+}
+
+// Whether the object's class (or a superclass) has an instance method for `selector`.
+inline bool respondsToSelector(const Object* self, Sel selector) {
+    return self->objectClass()->instanceMethod(selector) != nullptr;
+}
+
 } // namespace platform::runtime
 
 namespace platform::runtime {
