@@ -1,8 +1,8 @@
 #include "mailhost/library/EmlxFile.h"
 
-#include "MessageFileSupport.h"
 #include "platform/foundation/Value.h"
 #include "support/GoldenFile.h"
+#include "support/MessageFileSupport.h"
 
 #include <gtest/gtest.h>
 

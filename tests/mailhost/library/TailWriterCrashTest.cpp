@@ -1,8 +1,8 @@
-#include "MessageFileSupport.h"
 #include "mailhost/library/EmlxFile.h"
 #include "mailhost/library/TailWriter.h"
 #include "mailhost/library/WriteJournal.h"
 #include "platform/foundation/Value.h"
+#include "support/MessageFileSupport.h"
 
 #include <csignal>
 #include <cstdlib>

@@ -1,6 +1,5 @@
 #include "mailhost/library/TailWriter.h"
 
-#include "MessageFileSupport.h"
 #include "mailhost/library/EmlxFile.h"
 #include "mailhost/library/FaultyFileLayer.h"
 #include "mailhost/library/TailSite.h"
@@ -8,6 +7,7 @@
 #include "platform/foundation/Log.h"
 #include "platform/foundation/Value.h"
 #include "support/GoldenFile.h"
+#include "support/MessageFileSupport.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,11 +1,11 @@
 #include "mailhost/library/WriteJournal.h"
 
-#include "MessageFileSupport.h"
 #include "mailhost/library/EmlxFile.h"
 #include "mailhost/library/TailSite.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/Value.h"
 #include "support/GoldenFile.h"
+#include "support/MessageFileSupport.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "MessageFileSupport.h"
+#include "support/MessageFileSupport.h"
 
 #include "platform/foundation/Value.h"
 
