@@ -308,6 +308,10 @@ bool wordMatch(std::string_view text, std::string_view pattern, bool caseInsensi
     return false;
 }
 
+std::string fold(std::string_view s, bool caseInsensitive, bool diacriticInsensitive) {
+    return toUtf8(comparable(fromUtf8(s), caseInsensitive, diacriticInsensitive));
+}
+
 int compareCaseInsensitive(std::string_view a, std::string_view b) {
     const UnicodeString left = nfc(fromUtf8(a));
     const UnicodeString right = nfc(fromUtf8(b));

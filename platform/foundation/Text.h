@@ -36,6 +36,12 @@ bool wildcardMatch(std::string_view text, std::string_view pattern, bool caseIns
 bool wordMatch(std::string_view text, std::string_view pattern, bool caseInsensitive,
                bool diacriticInsensitive);
 
+// The form wildcardMatch and wordMatch compare strings in: canonically composed, case folded
+// and stripped of non-spacing marks as asked. Two strings are equal under those rules exactly
+// when their folded forms are equal byte for byte, so an index can keep the folded form and
+// look strings up by it.
+std::string fold(std::string_view s, bool caseInsensitive, bool diacriticInsensitive);
+
 // Three-way comparison of the case-folded, canonically composed strings in code point
 // order: negative, zero or positive.
 int compareCaseInsensitive(std::string_view a, std::string_view b);

@@ -1,0 +1,430 @@
+#include "platform/spotlight/MetadataStore.h"
+
+#include "platform/foundation/Log.h"
+#include "platform/foundation/Text.h"
+
+#include <atomic>
+#include <exception>
+#include <set>
+
+namespace platform::spotlight {
+
+namespace {
+
+// Attributes are one row per element so that "any element matches" is a plain indexed
+// lookup. `folded` (case and diacritics removed) serves string comparisons, `number` the
+// numeric and date ones; each index holds only the rows that have its column. Texts go to
+// a full-text table whose tokenizer ignores case and diacritics, keyed by the item's id.
+constexpr const char* kSchema = R"sql(
+CREATE TABLE IF NOT EXISTS items (
+    id INTEGER PRIMARY KEY,
+    path TEXT NOT NULL UNIQUE
+);
+CREATE TABLE IF NOT EXISTS attributes (
+    item INTEGER NOT NULL,
+    name TEXT NOT NULL,
+    position INTEGER NOT NULL,
+    kind INTEGER NOT NULL,
+    text TEXT,
+    folded TEXT,
+    number,
+    PRIMARY KEY (item, name, position)
+) WITHOUT ROWID;
+CREATE INDEX IF NOT EXISTS attributes_folded ON attributes(name, folded) WHERE folded IS NOT NULL;
+CREATE INDEX IF NOT EXISTS attributes_number ON attributes(name, number) WHERE number IS NOT NULL;
+CREATE VIRTUAL TABLE IF NOT EXISTS texts USING fts5(body, tokenize = 'unicode61 remove_diacritics 2');
+)sql";
+
+std::atomic<MetadataStore*> currentStore{nullptr};
+
+// The cached statement for `sql` with `arguments` bound to ?1, ?2, ...
+template <class... Arguments>
+Result<StatementCache::Loan> bound(StatementCache& statements, const std::string& sql,
+                                   Arguments... arguments) {
+    auto loan = statements.get(sql);
+    if (!loan)
+        return loan;
+    int index = 0;
+    (loan.value()->bind(++index, arguments), ...);
+    return loan;
+}
+
+// Runs a statement that returns no rows.
+template <class... Arguments>
+Result<void> execute(StatementCache& statements, const std::string& sql, Arguments... arguments) {
+    auto loan = bound(statements, sql, arguments...);
+    if (!loan)
+        return loan.error();
+    auto r = loan.value()->step();
+    if (!r)
+        return r.error();
+    return {};
+}
+
+void logReadError(std::string_view what, const Error& error) {
+    Log::line("metadata index: cannot read " + std::string(what) + ": " + error.message);
+}
+
+} // namespace
+
+MetadataStore::MetadataStore(std::unique_ptr<sqlite::Database> db)
+    : db_(std::move(db)), statements_(std::make_unique<StatementCache>(*db_)) {}
+
+MetadataStore::~MetadataStore() {
+    MetadataStore* self = this;
+    currentStore.compare_exchange_strong(self, nullptr);
+    // Statements must be finalised before their connection closes.
+    statements_.reset();
+}
+
+Result<std::unique_ptr<MetadataStore>> MetadataStore::open(const std::filesystem::path& root) {
+    const std::filesystem::path file = root / kFileName;
+    auto db = sqlite::Database::open(file);
+    if (!db)
+        return db.error();
+    if (auto r = db.value()->exec(kSchema); !r)
+        return makeError(file.string() + ": " + r.error().message, r.error().code);
+    return std::unique_ptr<MetadataStore>(new MetadataStore(std::move(db.value())));
+}
+
+void MetadataStore::setCurrent(MetadataStore* store) {
+    currentStore.store(store);
+}
+
+MetadataStore* MetadataStore::current() {
+    return currentStore.load();
+}
+
+Result<void> MetadataStore::inTransaction(bool write, const std::function<Result<void>()>& body) const {
+    std::lock_guard lock(mutex_);
+    const bool outermost = depth_ == 0;
+    // Reads nested in a transaction already see its snapshot; a write begins IMMEDIATE so
+    // that it waits for another process's writer up front instead of failing halfway.
+    const char* begin =
+        outermost ? (write ? "BEGIN IMMEDIATE" : "BEGIN") : (write ? "SAVEPOINT store" : nullptr);
+    if (begin != nullptr) {
+        if (auto r = db_->exec(begin); !r)
+            return r;
+    }
+    ++depth_;
+    Result<void> result;
+    try {
+        result = body();
+    } catch (const std::exception& e) {
+        result = makeError(std::string("metadata index: ") + e.what());
+    } catch (...) {
+        result = makeError("metadata index: unexpected failure");
+    }
+    --depth_;
+    if (begin == nullptr)
+        return result;
+    if (!result) {
+        (void)db_->exec(outermost ? "ROLLBACK" : "ROLLBACK TO store; RELEASE store");
+        return result;
+    }
+    if (auto r = db_->exec(outermost ? "COMMIT" : "RELEASE store"); !r) {
+        if (outermost)
+            (void)db_->exec("ROLLBACK");
+        return r;
+    }
+    return {};
+}
+
+Result<void> MetadataStore::batch(const std::function<Result<void>()>& body) {
+    return inTransaction(true, body);
+}
+
+Result<void> MetadataStore::read(const std::function<Result<void>(MetadataLookup&)>& body) const {
+    return inTransaction(false, [&]() -> Result<void> {
+        MetadataLookup lookup(*statements_);
+        return body(lookup);
+    });
+}
+
+Result<std::optional<std::int64_t>> MetadataStore::findItem(std::string_view path) const {
+    auto s = bound(*statements_, "SELECT id FROM items WHERE path = ?1", path);
+    if (!s)
+        return s.error();
+    auto row = s.value()->step();
+    if (!row)
+        return row.error();
+    if (!row.value())
+        return std::optional<std::int64_t>();
+    return std::optional<std::int64_t>(s.value()->columnInt(0));
+}
+
+Result<std::int64_t> MetadataStore::ensureItem(std::string_view path) {
+    auto found = findItem(path);
+    if (!found)
+        return found.error();
+    if (found.value())
+        return *found.value();
+    if (auto r = execute(*statements_, "INSERT INTO items (path) VALUES (?1)", path); !r)
+        return r.error();
+    return db_->lastInsertRowId();
+}
+
+Result<bool> MetadataStore::deleteAttribute(std::int64_t item, std::string_view name) {
+    if (name == kMDItemTextContent)
+        return deleteText(item);
+    if (auto r = execute(*statements_, "DELETE FROM attributes WHERE item = ?1 AND name = ?2", item, name);
+        !r)
+        return r.error();
+    return db_->changes() > 0;
+}
+
+Result<void> MetadataStore::insertAttribute(std::int64_t item, std::string_view name,
+                                            const std::vector<AttributeElement>& elements) {
+    auto s = statements_->get("INSERT INTO attributes (item, name, position, kind, text, folded, number) "
+                              "VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)");
+    if (!s)
+        return s.error();
+    for (const AttributeElement& element : elements) {
+        sqlite::Statement& statement = *s.value();
+        statement.reset();
+        statement.bind(1, item).bind(2, name).bind(3, std::int64_t{element.position});
+        statement.bind(4, std::int64_t{static_cast<int>(element.kind)});
+        switch (element.kind) {
+        case ElementKind::String:
+            statement.bind(5, std::string_view(element.text));
+            statement.bind(6, std::string_view(text::fold(element.text, true, true)));
+            break;
+        case ElementKind::Integer:
+        case ElementKind::Boolean:
+            statement.bind(7, element.integer);
+            break;
+        case ElementKind::Real:
+        case ElementKind::Date:
+            statement.bind(7, element.real);
+            break;
+        case ElementKind::EmptyArray:
+            break;
+        }
+        if (auto r = statement.step(); !r)
+            return r.error();
+    }
+    return {};
+}
+
+Result<bool> MetadataStore::deleteText(std::int64_t item) {
+    if (auto r = execute(*statements_, "DELETE FROM texts WHERE rowid = ?1", item); !r)
+        return r.error();
+    return db_->changes() > 0;
+}
+
+Result<void> MetadataStore::setAttribute(std::string_view path, std::string_view name, const Value& value) {
+    if (name.empty())
+        return makeError("metadata index: an attribute needs a name");
+    if (value.isNull()) {
+        auto removed = removeAttribute(path, name);
+        if (!removed)
+            return removed.error();
+        return {};
+    }
+    if (name == kMDItemTextContent) {
+        if (!value.isString())
+            return makeError("metadata index: the text of " + std::string(path) + " must be a string");
+        return setTextContent(path, *value.string());
+    }
+    auto elements = AttributeCodec::encode(value);
+    if (!elements)
+        return makeError("metadata index: " + std::string(name) + ": " + elements.error().message);
+    return inTransaction(true, [&]() -> Result<void> {
+        auto item = ensureItem(path);
+        if (!item)
+            return item.error();
+        if (auto r = deleteAttribute(item.value(), name); !r)
+            return r.error();
+        return insertAttribute(item.value(), name, elements.value());
+    });
+}
+
+Result<bool> MetadataStore::removeFromItem(std::string_view path,
+                                           const std::function<Result<bool>(std::int64_t)>& remove) {
+    bool removed = false;
+    auto r = inTransaction(true, [&]() -> Result<void> {
+        auto item = findItem(path);
+        if (!item)
+            return item.error();
+        if (!item.value())
+            return {};
+        auto done = remove(*item.value());
+        if (!done)
+            return done.error();
+        removed = done.value();
+        return {};
+    });
+    if (!r)
+        return r.error();
+    return removed;
+}
+
+Result<bool> MetadataStore::removeAttribute(std::string_view path, std::string_view name) {
+    return removeFromItem(path, [&](std::int64_t item) { return deleteAttribute(item, name); });
+}
+
+Result<void> MetadataStore::setTextContent(std::string_view path, std::string_view text) {
+    return inTransaction(true, [&]() -> Result<void> {
+        auto item = ensureItem(path);
+        if (!item)
+            return item.error();
+        if (auto r = deleteText(item.value()); !r)
+            return r.error();
+        if (text.empty())
+            return {};
+        return execute(*statements_, "INSERT INTO texts (rowid, body) VALUES (?1, ?2)", item.value(), text);
+    });
+}
+
+Result<void> MetadataStore::replaceHostAttributes(std::string_view path, const Dictionary& values,
+                                                  const std::vector<std::string>& hostNames) {
+    // Everything is checked before anything is written, so a bad value leaves the item as
+    // it was.
+    std::vector<std::pair<std::string, std::vector<AttributeElement>>> encoded;
+    std::string text;
+    for (const auto& [name, value] : values.entries()) {
+        if (name == kMDItemTextContent) {
+            if (!value.isString())
+                return makeError("metadata index: the text of " + std::string(path) + " must be a string");
+            text = *value.string();
+            continue;
+        }
+        auto elements = AttributeCodec::encode(value);
+        if (!elements)
+            return makeError("metadata index: " + name + ": " + elements.error().message);
+        encoded.emplace_back(name, std::move(elements.value()));
+    }
+    std::set<std::string, std::less<>> replaced(hostNames.begin(), hostNames.end());
+    for (const auto& [name, value] : values.entries())
+        replaced.insert(name);
+    return inTransaction(true, [&]() -> Result<void> {
+        auto item = ensureItem(path);
+        if (!item)
+            return item.error();
+        for (const std::string& name : replaced) {
+            if (auto r = deleteAttribute(item.value(), name); !r)
+                return r.error();
+        }
+        for (const auto& [name, elements] : encoded) {
+            if (auto r = insertAttribute(item.value(), name, elements); !r)
+                return r;
+        }
+        return text.empty() ? Result<void>() : setTextContent(path, text);
+    });
+}
+
+Result<bool> MetadataStore::removeItem(std::string_view path) {
+    return removeFromItem(path, [&](std::int64_t item) -> Result<bool> {
+        for (const char* sql : {"DELETE FROM attributes WHERE item = ?1",
+                                "DELETE FROM texts WHERE rowid = ?1", "DELETE FROM items WHERE id = ?1"}) {
+            if (auto done = execute(*statements_, sql, item); !done)
+                return done.error();
+        }
+        return true;
+    });
+}
+
+Result<void> MetadataStore::readAttributes(std::int64_t item, std::string_view onlyName,
+                                           Dictionary& into) const {
+    auto s = statements_->get(onlyName.empty() ? "SELECT name, position, kind, text, number FROM attributes "
+                                                 "WHERE item = ?1 ORDER BY name, position"
+                                               : "SELECT name, position, kind, text, number FROM attributes "
+                                                 "WHERE item = ?1 AND name = ?2 ORDER BY position");
+    if (!s)
+        return s.error();
+    sqlite::Statement& statement = *s.value();
+    statement.bind(1, item);
+    if (!onlyName.empty())
+        statement.bind(2, onlyName);
+    std::string name;
+    std::vector<AttributeElement> elements;
+    for (;;) {
+        auto row = statement.step();
+        if (!row)
+            return row.error();
+        std::string rowName = row.value() ? statement.columnText(0) : std::string();
+        if (!elements.empty() && (!row.value() || rowName != name)) {
+            into.set(name, AttributeCodec::decode(elements));
+            elements.clear();
+        }
+        if (!row.value())
+            return {};
+        name = std::move(rowName);
+        AttributeElement element;
+        element.position = static_cast<int>(statement.columnInt(1));
+        element.kind = static_cast<ElementKind>(statement.columnInt(2));
+        element.text = statement.columnText(3);
+        element.integer = statement.columnInt(4);
+        element.real = statement.columnDouble(4);
+        elements.push_back(std::move(element));
+    }
+}
+
+Result<void> MetadataStore::readText(std::int64_t item, Dictionary& into) const {
+    auto s = bound(*statements_, "SELECT body FROM texts WHERE rowid = ?1", item);
+    if (!s)
+        return s.error();
+    auto row = s.value()->step();
+    if (!row)
+        return row.error();
+    if (row.value())
+        into.set(std::string(kMDItemTextContent), s.value()->columnText(0));
+    return {};
+}
+
+Value MetadataStore::attribute(std::string_view path, std::string_view name) const {
+    Dictionary found;
+    auto r = inTransaction(false, [&]() -> Result<void> {
+        auto item = findItem(path);
+        if (!item)
+            return item.error();
+        if (!item.value() || name.empty())
+            return {};
+        return name == kMDItemTextContent ? readText(*item.value(), found)
+                                          : readAttributes(*item.value(), name, found);
+    });
+    if (!r)
+        logReadError(std::string(name) + " of " + std::string(path), r.error());
+    return found.get(name);
+}
+
+Dictionary MetadataStore::attributes(std::string_view path) const {
+    Dictionary found;
+    auto r = inTransaction(false, [&]() -> Result<void> {
+        auto item = findItem(path);
+        if (!item)
+            return item.error();
+        if (!item.value())
+            return {};
+        if (auto read = readAttributes(*item.value(), {}, found); !read)
+            return read;
+        return readText(*item.value(), found);
+    });
+    if (!r)
+        logReadError("the attributes of " + std::string(path), r.error());
+    return found;
+}
+
+bool MetadataStore::hasItem(std::string_view path) const {
+    std::lock_guard lock(mutex_);
+    auto item = findItem(path);
+    if (!item)
+        logReadError(std::string(path), item.error());
+    return item.ok() && item.value().has_value();
+}
+
+std::size_t MetadataStore::itemCount() const {
+    std::lock_guard lock(mutex_);
+    auto s = statements_->get("SELECT count(*) FROM items");
+    if (!s)
+        return 0;
+    auto row = s.value()->step();
+    if (!row || !row.value()) {
+        if (!row)
+            logReadError("the number of items", row.error());
+        return 0;
+    }
+    return static_cast<std::size_t>(s.value()->columnInt(0));
+}
+
+} // namespace platform::spotlight
