@@ -174,11 +174,12 @@ int LibraryCommands::list(const Context& c, const std::string& mailbox) {
     return 0;
 }
 
-int LibraryCommands::show(const Context& c, const std::string& idOrPath, bool body) {
-    std::unique_ptr<Library> library;
-    std::shared_ptr<Message> message;
+int LibraryCommands::findMessage(const Context& c, const std::string& idOrPath,
+                                 std::unique_ptr<Library>& library, std::shared_ptr<Message>& message) {
+    message.reset();
     if (auto id = parseId(idOrPath)) {
-        library = openLibrary(c);
+        if (!library)
+            library = openLibrary(c);
         if (!library)
             return 1;
         message = library->message(*id);
@@ -193,6 +194,14 @@ int LibraryCommands::show(const Context& c, const std::string& idOrPath, bool bo
         c.err << "lumetta: \"" << idOrPath << "\" is neither a message number nor a message file\n";
         return 2;
     }
+    return 0;
+}
+
+int LibraryCommands::show(const Context& c, const std::string& idOrPath, bool body) {
+    std::unique_ptr<Library> library;
+    std::shared_ptr<Message> message;
+    if (const int status = findMessage(c, idOrPath, library, message))
+        return status;
     if (c.json) {
         Json json;
         if (auto* stored = dynamic_cast<LibraryMessage*>(message.get())) {

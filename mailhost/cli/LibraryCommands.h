@@ -1,11 +1,15 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
 
 namespace mailhost {
+
+class Library;
+class Message;
 
 // The command line's jobs on a mail library. Each returns the exit status: 0 done,
 // 1 the work failed (the reason on `err`), 2 the command was wrong.
@@ -33,6 +37,14 @@ public:
     static int rebuild(const Context& c, const std::string& mailbox);
     static int stripAttachments(const Context& c, const std::string& id);
     static int mark(const Context& c, const std::vector<std::string>& ids, const std::string& how);
+
+    // The message a command names: a library row number (the library is opened into
+    // `library` unless it already is) or the path of a loose message file. On failure
+    // says why on `c.err` and returns the exit status (1 no such message or no
+    // library, 2 neither a number nor a file); 0 when found. Drop `message` before
+    // `library`.
+    static int findMessage(const Context& c, const std::string& idOrPath, std::unique_ptr<Library>& library,
+                           std::shared_ptr<Message>& message);
 };
 
 } // namespace mailhost

@@ -3,6 +3,7 @@
 #include "mailhost/cli/BuildReport.h"
 #include "mailhost/cli/DefaultsCommand.h"
 #include "mailhost/cli/LibraryCommands.h"
+#include "mailhost/cli/TagCommands.h"
 #include "platform/foundation/HeadlessRunLoop.h"
 #include "platform/foundation/UserDefaults.h"
 
@@ -92,6 +93,28 @@ int main(int argc, char** argv) {
     auto* dDelete = defaults->add_subcommand("delete", "Remove a setting");
     dDelete->add_option("key", key, "Setting name")->required();
 
+    auto* tags = app.add_subcommand("tags", "Show and change a message's Lumetta tags");
+    tags->require_subcommand(1);
+    std::vector<std::string> tagTargets;
+    auto* tShow = tags->add_subcommand("show", "The tags of messages (by number) or loose .emlx files");
+    tShow->add_option("messages", tagTargets, "Message numbers or .emlx paths")->required();
+    tShow->add_flag("--json", json, "Print the tags as JSON");
+    std::string tagId, tagKey, tagValue;
+    bool asString = false, asInt = false, asDate = false, asArray = false;
+    auto* tSet = tags->add_subcommand("set", "Set one tag of a message: ID KEY VALUE");
+    tSet->add_option("message", tagId, "Message number")->required();
+    tSet->add_option("key", tagKey, "Tag key, beginning with \"lumetta\"")->required();
+    tSet->add_option("value", tagValue, "The value")->required();
+    auto* valueType = tSet->add_option_group("type", "How VALUE is read (default --string)");
+    valueType->add_flag("--string", asString, "Text");
+    valueType->add_flag("--int", asInt, "A whole number");
+    valueType->add_flag("--date", asDate, "An ISO 8601 date: 2026-11-22, 2026-11-22T09:30:00Z, ...+02:00");
+    valueType->add_flag("--array", asArray, "Comma-separated items: a,b");
+    valueType->require_option(0, 1);
+    auto* tRemove = tags->add_subcommand("remove", "Remove one tag of a message");
+    tRemove->add_option("message", tagId, "Message number")->required();
+    tRemove->add_option("key", tagKey, "Tag key, beginning with \"lumetta\"")->required();
+
     try {
         // "-int" and friends are values here, not options.
         app.allow_extras(false);
@@ -136,6 +159,14 @@ int main(int argc, char** argv) {
     } else if (*mark) {
         const char* state = markRead ? "read" : markUnread ? "unread" : markFlagged ? "flagged" : "unflagged";
         status = mailhost::LibraryCommands::mark(context, ids, state);
+    } else if (*tShow) {
+        status = mailhost::TagCommands::show(context, tagTargets);
+    } else if (*tSet) {
+        using Type = mailhost::TagCommands::ValueType;
+        const Type type = asInt ? Type::Integer : asDate ? Type::Date : asArray ? Type::Array : Type::String;
+        status = mailhost::TagCommands::set(context, tagId, tagKey, tagValue, type);
+    } else if (*tRemove) {
+        status = mailhost::TagCommands::remove(context, tagId, tagKey);
     } else if (*dRead) {
         status = mailhost::DefaultsCommand::read(standard, key, std::cout, std::cerr);
     } else if (*dWrite) {
