@@ -1,0 +1,198 @@
+#include "platform/spotlight/query/ComparisonEvaluator.h"
+
+#include "platform/spotlight/MetadataStore.h"
+#include "platform/spotlight/query/QueryTime.h"
+#include "platform/spotlight/query/StringCondition.h"
+#include "platform/spotlight/query/TextCondition.h"
+
+#include <charconv>
+#include <cmath>
+#include <vector>
+
+namespace platform::spotlight {
+
+namespace {
+
+NumberComparison numberComparison(QueryOperator op) {
+    switch (op) {
+    case QueryOperator::Less:
+        return NumberComparison::Less;
+    case QueryOperator::LessOrEqual:
+        return NumberComparison::LessOrEqual;
+    case QueryOperator::Greater:
+        return NumberComparison::Greater;
+    case QueryOperator::GreaterOrEqual:
+        return NumberComparison::GreaterOrEqual;
+    default:
+        return NumberComparison::Equal;
+    }
+}
+
+std::string_view trimmed(std::string_view s) {
+    while (!s.empty() && (s.front() == ' ' || s.front() == '\t'))
+        s.remove_prefix(1);
+    while (!s.empty() && (s.back() == ' ' || s.back() == '\t'))
+        s.remove_suffix(1);
+    return s;
+}
+
+// The attribute to look up: all of them for "*".
+std::string_view lookupName(std::string_view attribute) {
+    return attribute == "*" ? std::string_view() : attribute;
+}
+
+Result<ItemSet> unite(Result<ItemSet> found, Result<ItemSet> more) {
+    if (!found)
+        return found;
+    if (!more)
+        return more;
+    return ItemSet::unionOf(found.value(), more.value());
+}
+
+} // namespace
+
+Result<ItemSet> ComparisonEvaluator::allItems() {
+    if (!all_) {
+        auto all = lookup_.allItems();
+        if (!all)
+            return all;
+        all_ = std::move(all.value());
+    }
+    return *all_;
+}
+
+Result<ItemSet> ComparisonEvaluator::comparison(const QueryNode& node) {
+    const QueryValue& value = node.values.front();
+    if (node.op != QueryOperator::NotEqual)
+        return satisfying(node.attribute, node.op, value);
+    auto equal = satisfying(node.attribute, QueryOperator::Equal, value);
+    if (!equal)
+        return equal;
+    auto all = allItems();
+    if (!all)
+        return all;
+    return ItemSet::difference(all.value(), equal.value());
+}
+
+Result<ItemSet> ComparisonEvaluator::satisfying(std::string_view attribute, QueryOperator op,
+                                                const QueryValue& value) {
+    const std::optional<std::string> text = textOf(value);
+    const std::optional<double> number = numberOf(value);
+    Result<ItemSet> found = ItemSet();
+    if (attribute != kMDItemTextContent) {
+        const std::string_view name = lookupName(attribute);
+        if (text)
+            found = unite(std::move(found), strings(name, op, *text, value.modifiers));
+        if (number)
+            found = unite(std::move(found), numbers(name, op, *number));
+        else if (text && op == QueryOperator::Equal && ValuePattern(*text).matchesEverything())
+            found = unite(std::move(found), lookup_.itemsWithAnyNumber(name));
+    }
+    if ((attribute == kMDItemTextContent || attribute == "*") && text && op == QueryOperator::Equal)
+        found = unite(std::move(found), words(value));
+    return found;
+}
+
+Result<ItemSet> ComparisonEvaluator::strings(std::string_view name, QueryOperator op, const std::string& text,
+                                             QueryModifiers modifiers) {
+    const StringCondition condition(op, text, modifiers);
+    if (condition.access() == StringCondition::Access::Equal && !condition.needsCheck())
+        return lookup_.itemsWithFolded(name, condition.key());
+    std::vector<std::int64_t> ids;
+    const auto collect = [&](std::int64_t item, std::string_view element) {
+        if (!condition.needsCheck() || condition.matches(element))
+            ids.push_back(item);
+    };
+    Result<void> read;
+    switch (condition.access()) {
+    case StringCondition::Access::Equal:
+        read = lookup_.stringElements(name, condition.key(), true, collect);
+        break;
+    case StringCondition::Access::Prefix:
+        read = lookup_.stringElements(name, condition.key(), false, collect);
+        break;
+    case StringCondition::Access::Scan:
+        read = lookup_.stringElements(name, {}, false, collect);
+        break;
+    }
+    if (!read)
+        return read.error();
+    return ItemSet::fromIds(std::move(ids));
+}
+
+Result<ItemSet> ComparisonEvaluator::numbers(std::string_view name, QueryOperator op, double number) {
+    return lookup_.itemsWithNumber(name, numberComparison(op), number);
+}
+
+Result<ItemSet> ComparisonEvaluator::words(const QueryValue& value) {
+    const TextCondition condition(*textOf(value), value.modifiers);
+    if (!condition.needsCheck() && !condition.fullTextQuery().empty())
+        return lookup_.itemsWithText(condition.fullTextQuery());
+    std::vector<std::int64_t> ids;
+    auto read = lookup_.texts(condition.fullTextQuery(), [&](std::int64_t item, std::string_view text) {
+        if (!condition.needsCheck() || condition.matches(text))
+            ids.push_back(item);
+    });
+    if (!read)
+        return read.error();
+    return ItemSet::fromIds(std::move(ids));
+}
+
+Result<ItemSet> ComparisonEvaluator::inRange(const QueryNode& node) {
+    if (node.attribute == kMDItemTextContent)
+        return ItemSet();
+    const std::string_view name = lookupName(node.attribute);
+    const QueryValue& low = node.values[0];
+    const QueryValue& high = node.values[1];
+    Result<ItemSet> found = ItemSet();
+    const std::optional<double> lowNumber = numberOf(low);
+    const std::optional<double> highNumber = numberOf(high);
+    if (lowNumber && highNumber)
+        found = lookup_.itemsWithNumberBetween(name, *lowNumber, *highNumber);
+    const std::optional<std::string> lowText = textOf(low);
+    const std::optional<std::string> highText = textOf(high);
+    if (!found || !lowText || !highText)
+        return found;
+    QueryModifiers modifiers;
+    modifiers.caseInsensitive = low.modifiers.caseInsensitive || high.modifiers.caseInsensitive;
+    modifiers.diacriticInsensitive =
+        low.modifiers.diacriticInsensitive || high.modifiers.diacriticInsensitive;
+    const StringCondition from(QueryOperator::GreaterOrEqual, *lowText, modifiers);
+    const StringCondition to(QueryOperator::LessOrEqual, *highText, modifiers);
+    std::vector<std::int64_t> ids;
+    auto read = lookup_.stringElements(name, {}, false, [&](std::int64_t item, std::string_view element) {
+        if (from.matches(element) && to.matches(element))
+            ids.push_back(item);
+    });
+    if (!read)
+        return read.error();
+    return ItemSet::unionOf(found.value(), ItemSet::fromIds(std::move(ids)));
+}
+
+std::optional<double> ComparisonEvaluator::numberOf(const QueryValue& value) const {
+    switch (value.kind) {
+    case QueryValue::Kind::Number:
+        return value.number;
+    case QueryValue::Kind::Time:
+        return QueryTime::evaluate(value, now_).seconds;
+    case QueryValue::Kind::String:
+        break;
+    }
+    const std::string_view text = trimmed(value.text);
+    double number = 0.0;
+    const auto parsed = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (!text.empty() && parsed.ec == std::errc() && parsed.ptr == text.data() + text.size() &&
+        std::isfinite(number))
+        return number;
+    if (auto date = QueryTime::parseIso(text))
+        return date->seconds;
+    return std::nullopt;
+}
+
+std::optional<std::string> ComparisonEvaluator::textOf(const QueryValue& value) {
+    if (value.kind == QueryValue::Kind::Time)
+        return std::nullopt;
+    return value.text;
+}
+
+} // namespace platform::spotlight

@@ -1,0 +1,54 @@
+#include "platform/spotlight/query/StringCondition.h"
+
+#include "platform/foundation/Text.h"
+
+namespace platform::spotlight {
+
+StringCondition::StringCondition(QueryOperator op, std::string_view value, QueryModifiers modifiers)
+    : op_(op), pattern_(value), modifiers_(modifiers) {
+    if (op_ != QueryOperator::Equal) {
+        key_ = text::fold(pattern_.literal(), modifiers_.caseInsensitive, modifiers_.diacriticInsensitive);
+        return;
+    }
+    if (pattern_.matchesEverything()) {
+        needsCheck_ = false;
+    } else if (modifiers_.wordBased) {
+        // A word can stand anywhere in the string, so no prefix of it narrows the search.
+    } else if (!pattern_.hasWildcards()) {
+        access_ = Access::Equal;
+        key_ = text::fold(pattern_.head(), true, true);
+        // The folded form is exactly what c and d together compare.
+        needsCheck_ = !(modifiers_.caseInsensitive && modifiers_.diacriticInsensitive);
+    } else if (!pattern_.head().empty()) {
+        access_ = Access::Prefix;
+        key_ = text::fold(pattern_.head(), true, true);
+    }
+}
+
+bool StringCondition::matches(std::string_view element) const {
+    const bool c = modifiers_.caseInsensitive;
+    const bool d = modifiers_.diacriticInsensitive;
+    if (op_ == QueryOperator::Equal) {
+        if (pattern_.matchesEverything())
+            return true;
+        return modifiers_.wordBased ? text::wordMatch(element, pattern_.source(), c, d)
+                                    : text::wildcardMatch(element, pattern_.source(), c, d);
+    }
+    // Ordering compares code points of the forms the modifiers ask for; wildcards mean
+    // nothing here.
+    const int order = text::fold(element, c, d).compare(key_);
+    switch (op_) {
+    case QueryOperator::Less:
+        return order < 0;
+    case QueryOperator::Greater:
+        return order > 0;
+    case QueryOperator::LessOrEqual:
+        return order <= 0;
+    case QueryOperator::GreaterOrEqual:
+        return order >= 0;
+    default:
+        return false;
+    }
+}
+
+} // namespace platform::spotlight

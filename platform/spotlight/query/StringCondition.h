@@ -1,0 +1,43 @@
+#pragma once
+
+#include "platform/spotlight/query/QueryNode.h"
+#include "platform/spotlight/query/ValuePattern.h"
+
+#include <string>
+#include <string_view>
+
+namespace platform::spotlight {
+
+// What one string element must satisfy for a comparison, and how the index finds the
+// candidates. The index holds each string folded (no case, no diacritics), which every
+// modifier combination can narrow by; the exact rule then runs on the candidates only.
+class StringCondition {
+public:
+    enum class Access {
+        Equal,  // elements whose folded form is key()
+        Prefix, // elements whose folded form starts with key()
+        Scan,   // every string element of the attribute
+    };
+
+    // `op` is never NotEqual: that is the complement of Equal, decided by the caller.
+    StringCondition(QueryOperator op, std::string_view value, QueryModifiers modifiers);
+
+    Access access() const { return access_; }
+    // The folded value or head for Equal and Prefix access.
+    const std::string& key() const { return key_; }
+    // False when every candidate the access yields matches, so there is nothing to check.
+    bool needsCheck() const { return needsCheck_; }
+    bool matches(std::string_view element) const;
+
+private:
+    QueryOperator op_;
+    ValuePattern pattern_;
+    QueryModifiers modifiers_;
+    Access access_ = Access::Scan;
+    // Equal and Prefix: what the index looks up. Ordering: the value in the form the
+    // modifiers compare in.
+    std::string key_;
+    bool needsCheck_ = true;
+};
+
+} // namespace platform::spotlight

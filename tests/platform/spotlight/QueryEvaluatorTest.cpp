@@ -1,0 +1,215 @@
+#include "platform/spotlight/query/QueryEvaluator.h"
+
+#include "platform/spotlight/query/QueryTime.h"
+#include "support/MessageFileSupport.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace platform::spotlight {
+namespace {
+
+Date at(const char* iso) {
+    return QueryTime::parseIso(iso).value_or(Date{});
+}
+
+std::string joined(const std::vector<std::string>& paths) {
+    std::string out;
+    for (const std::string& path : paths)
+        out += (out.empty() ? "" : " ") + path;
+    return out;
+}
+
+// Five messages, queried on Wednesday 25 March 2026 at 15:30 in the pinned zone.
+class QueryEvaluatorTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        auto opened = MetadataStore::open(folder.path());
+        ASSERT_TRUE(opened.ok());
+        store = std::move(opened.value());
+        const Dictionary items[] = {
+            {{"kMDItemKeywords", Array{"Work", "Invoice"}},
+             {"kMDItemSubject", "Invoice 2026-114 for Apollo"},
+             {"kMDItemAuthors", Array{"Ada Lovelace"}},
+             {"kMDItemComment", "pay the invoice soon"},
+             {"kMDItemStarRating", 3},
+             {"kMDItemDueDate", at("2026-03-26T12:00:00+01:00")},
+             {std::string(kMDItemTextContent), "Please pay the attached invoice before Friday."}},
+            {{"kMDItemKeywords", Array{"work"}},
+             {"kMDItemProjects", Array{"Apollo"}},
+             {"kMDItemStarRating", 1},
+             {"kMDItemDueDate", at("2026-03-28T00:00:00+01:00")},
+             {std::string(kMDItemTextContent), "Lunch on Friday?"}},
+            {{"kMDItemKeywords", Array{"Home"}},
+             {"kMDItemProjects", Array{"Gemini"}},
+             {"kMDItemComment", "Invoice attached"},
+             {"kMDItemStarRating", 5},
+             {"kMDItemDueDate", at("2026-03-24T09:00:00+01:00")},
+             {std::string(kMDItemTextContent), "R\u00E9sum\u00E9 attached, apollo programme"}},
+            {{"kMDItemKeywords", Array{}},
+             {"kMDItemSubject", "Team lunch"},
+             {"kMDItemComment", "rate 5*"},
+             {std::string(kMDItemTextContent), "Nothing to see"}},
+            {{"kMDItemKeywords", Array{"W\u00D6RK", "x"}},
+             {"kMDItemComment", "see INVOICE-42"},
+             {"kMDItemStarRating", 2},
+             {"kMDItemDueDate", at("2026-04-01T00:00:00+02:00")}},
+        };
+        int n = 0;
+        ASSERT_TRUE(
+            store
+                ->batch([&]() -> Result<void> {
+                    for (const Dictionary& item : items) {
+                        if (auto r = store->replaceHostAttributes("/m/" + std::to_string(++n), item, {}); !r)
+                            return r;
+                    }
+                    return {};
+                })
+                .ok());
+    }
+
+    std::string select(const std::string& query) const {
+        auto found = QueryEvaluator(*store).evaluate(query);
+        return found.ok() ? joined(found.value()) : "error: " + found.error().message;
+    }
+
+    struct Case {
+        const char* query;
+        const char* selects;
+    };
+    void expectAll(std::initializer_list<Case> cases) const {
+        for (const Case& c : cases)
+            EXPECT_EQ(select(c.query), c.selects) << c.query;
+    }
+
+    ScopedFixedClock clock{at("2026-03-25T15:30:00+01:00")};
+    testsupport::ScratchFolder folder;
+    std::unique_ptr<MetadataStore> store;
+};
+
+// The queries the tag templates and the body search write.
+TEST_F(QueryEvaluatorTest, TemplateQueries) {
+    expectAll({
+        {"kMDItemKeywords == \"Work\"cd", "/m/1 /m/2 /m/5"},
+        {"kMDItemProjects != \"*\"cd ", "/m/1 /m/4 /m/5"},
+        {"(kMDItemKeywords != \"x\"cd || kMDItemKeywords !=\"*\"cd) ", "/m/1 /m/2 /m/3 /m/4"},
+        {"kMDItemDueDate>$time.today && kMDItemDueDate<$time.today(3)", "/m/1"},
+        {"kMDItemStarRating > \"2\"cd", "/m/1 /m/3"},
+        {"kMDItemComment == \"*invoice*\"cd", "/m/1 /m/3 /m/5"},
+        {"kMDItemTextContent = \"invoice\"cd", "/m/1"},
+        {"InRange(kMDItemDueDate, $time.today, $time.today(7))", "/m/1 /m/2 /m/5"},
+        {"* == \"apollo\"cd", "/m/2 /m/3"},
+    });
+}
+
+// The rules for arrays, missing attributes, != and typed values.
+TEST_F(QueryEvaluatorTest, ComparisonRules) {
+    expectAll({
+        // Any element of an array will do.
+        {"kMDItemKeywords == \"Invoice\"", "/m/1"},
+        // Present and absent; an empty array holds no value.
+        {"kMDItemComment == \"*\"", "/m/1 /m/3 /m/4 /m/5"},
+        {"kMDItemComment != \"*\"", "/m/2"},
+        {"kMDItemKeywords == \"*\"", "/m/1 /m/2 /m/3 /m/5"},
+        {"kMDItemStarRating == \"*\"", "/m/1 /m/2 /m/3 /m/5"},
+        {"kMDItemNothing == \"*\" || kMDItemNothing < 3 || kMDItemNothing > \"a\"", ""},
+        // Numbers and dates compare as numbers whatever the quoting and modifiers.
+        {"kMDItemStarRating == \"3\"", "/m/1"},
+        {"kMDItemStarRating >= 2", "/m/1 /m/3 /m/5"},
+        {"kMDItemStarRating <= \" 2 \"wcd", "/m/2 /m/5"},
+        {"kMDItemDueDate == \"796345200\"", "/m/2"},
+        {"kMDItemDueDate < \"2026-03-25\"", "/m/3"},
+        {"kMDItemStarRating == \"three\"", ""},
+        // Strings order by code point under the modifiers.
+        {"kMDItemSubject < \"Team\"", "/m/1"},
+        {"kMDItemSubject >= \"team\"c", "/m/4"},
+        {"InRange(kMDItemProjects, \"a\"c, \"b\"c)", "/m/2"},
+    });
+}
+
+// `a != v` selects exactly what `!(a == v)` selects, whatever a and v are.
+TEST_F(QueryEvaluatorTest, NotEqualIsTheNegationOfEqual) {
+    for (const char* term :
+         {"kMDItemKeywords%s\"work\"c", "kMDItemProjects%s\"*\"", "kMDItemStarRating%s3",
+          "kMDItemTextContent%s\"friday\"cd", "*%s\"apollo\"cd", "kMDItemMissing%s\"x\""}) {
+        char notEqual[128];
+        char negated[128];
+        std::snprintf(notEqual, sizeof notEqual, term, " != ");
+        std::snprintf(negated, sizeof negated, term, " == ");
+        EXPECT_EQ(select(notEqual), select(std::string("!(") + negated + ")")) << notEqual;
+    }
+}
+
+// Case, diacritics and words: each modifier relaxes only its own rule.
+TEST_F(QueryEvaluatorTest, Modifiers) {
+    expectAll({
+        {"kMDItemKeywords == \"work\"", "/m/2"},
+        {"kMDItemKeywords == \"WORK\"c", "/m/1 /m/2"},
+        {"kMDItemKeywords == \"Work\"d", "/m/1"},
+        {"kMDItemKeywords == \"WORK\"d", "/m/5"},
+        {"kMDItemSubject == \"apollo\"wc", "/m/1"},
+        {"kMDItemSubject == \"pollo\"wc", ""},
+        {"kMDItemSubject == \"2026*\"w", "/m/1"},
+        {"kMDItemAuthors == \"lovelace\"w", ""},
+        {"kMDItemAuthors == \"Lovelace\"w", "/m/1"},
+    });
+}
+
+// Wildcards give the same answers whether the index can narrow by a prefix or not.
+TEST_F(QueryEvaluatorTest, Wildcards) {
+    expectAll({
+        {"kMDItemSubject == \"Invoice*\"", "/m/1"},
+        {"kMDItemSubject == \"invoice*\"", ""},
+        {"kMDItemSubject == \"*Apollo\"", "/m/1"},
+        {"kMDItemSubject == \"*lunch\"c", "/m/4"},
+        {"kMDItemSubject == \"Team?lunch\"", "/m/4"},
+        {"kMDItemSubject == \"Team lunch\"", "/m/4"},
+        {"kMDItemSubject == \"Team\"", ""},
+        {"kMDItemComment == \"rate 5\\*\"", "/m/4"},
+        {"kMDItemComment == \"rate \\*\"", ""},
+        {"kMDItemKeywords == \"W?RK\"c", "/m/1 /m/2 /m/5"},
+    });
+}
+
+// The text is searched by words through the full-text index, exactly where modifiers ask.
+TEST_F(QueryEvaluatorTest, TextContent) {
+    expectAll({
+        {"kMDItemTextContent == \"attach*\"cd", "/m/1 /m/3"},
+        {"kMDItemTextContent == \"resume\"cd", "/m/3"},
+        {"kMDItemTextContent == \"resume\"c", ""},
+        {"kMDItemTextContent == \"R\u00E9sum\u00E9\"", "/m/3"},
+        {"kMDItemTextContent == \"friday\"", ""},
+        {"kMDItemTextContent == \"Friday\"", "/m/1 /m/2"},
+        {"kMDItemTextContent == \"*day\"", "/m/1 /m/2"},
+        {"kMDItemTextContent == \"pay the\"cd", "/m/1"},
+        {"kMDItemTextContent == \"\\\"quoted\\\" OR x\"cd", ""},
+        {"kMDItemTextContent == \"*\"", "/m/1 /m/2 /m/3 /m/4"},
+        {"kMDItemTextContent != \"invoice\"cd", "/m/2 /m/3 /m/4 /m/5"},
+        {"kMDItemTextContent > \"a\"", ""},
+    });
+}
+
+TEST_F(QueryEvaluatorTest, BooleansAndTime) {
+    expectAll({
+        {"true", "/m/1 /m/2 /m/3 /m/4 /m/5"},
+        {"false || false", ""},
+        {"!kMDItemStarRating == \"*\"", "/m/4"},
+        {"kMDItemKeywords == \"Work\"cd && !(kMDItemStarRating < 2)", "/m/1 /m/5"},
+        {"kMDItemDueDate < $time.now", "/m/3"},
+        {"kMDItemDueDate >= $time.this_week && kMDItemDueDate < $time.this_week(1)", "/m/1 /m/2 /m/3"},
+        {"kMDItemDueDate > $time.iso(2026-03-30)", "/m/5"},
+        {"* == 5", "/m/3"},
+        {"* == \"Gemini\"", "/m/3"},
+    });
+}
+
+// A query that does not read selects nothing: it is an error.
+TEST_F(QueryEvaluatorTest, BadQueriesAreErrors) {
+    for (const char* query :
+         {"kMDItemKeywords == \"Work", "(true", "kMDItemDueDate > $time.soon", "true false"})
+        EXPECT_FALSE(QueryEvaluator(*store).evaluate(query).ok()) << query;
+}
+
+} // namespace
+} // namespace platform::spotlight
