@@ -35,11 +35,12 @@ HeadShape shapeOf(std::string_view head) {
 }
 
 // A phrase in the full-text syntax: quoted, with quotes doubled, so that no character of
-// the value can act as an operator.
+// the value can act as an operator. The expression parser stops at a NUL byte; as a space
+// it separates words, as it does in the text, and the exact check still sees the NUL.
 std::string phrase(std::string_view text) {
     std::string out = "\"";
     for (const char c : text) {
-        out += c;
+        out += c == '\0' ? ' ' : c;
         if (c == '"')
             out += '"';
     }

@@ -188,6 +188,10 @@ TEST_F(QueryEvaluatorTest, TextContent) {
         {"kMDItemTextContent != \"invoice\"cd", "/m/2 /m/3 /m/4 /m/5"},
         {"kMDItemTextContent > \"a\"", ""},
     });
+    // A NUL byte is a character like any other, also on its way to the full-text index.
+    using namespace std::string_literals;
+    EXPECT_EQ(select("kMDItemTextContent == \"pay\0the\"cd"s), "");
+    EXPECT_EQ(select("kMDItemTextContent == \"pay\0*\"cd"s), "");
 }
 
 TEST_F(QueryEvaluatorTest, BooleansAndTime) {
