@@ -43,15 +43,15 @@ std::string upperBound(std::string prefix) {
     return prefix;
 }
 
-// Hands each row's item id and text to `visit`.
-Result<void> visitRows(sqlite::Statement& s, const MetadataLookup::TextVisitor& visit) {
+// Steps through every row of a statement.
+Result<void> eachRow(sqlite::Statement& s, const std::function<void(const sqlite::Statement&)>& row) {
     for (;;) {
-        auto row = s.step();
-        if (!row)
-            return row.error();
-        if (!row.value())
+        auto stepped = s.step();
+        if (!stepped)
+            return stepped.error();
+        if (!stepped.value())
             return {};
-        visit(s.columnInt(0), s.columnText(1));
+        row(s);
     }
 }
 
@@ -67,14 +67,8 @@ Result<ItemSet> MetadataLookup::collectItems(const std::string& sql, std::string
         s.bind(1, name);
     bind(s);
     std::vector<std::int64_t> ids;
-    for (;;) {
-        auto row = s.step();
-        if (!row)
-            return row.error();
-        if (!row.value())
-            break;
-        ids.push_back(s.columnInt(0));
-    }
+    if (auto r = eachRow(s, [&](const sqlite::Statement& row) { ids.push_back(row.columnInt(0)); }); !r)
+        return r.error();
     return ItemSet::fromIds(std::move(ids));
 }
 
@@ -84,14 +78,14 @@ Result<ItemSet> MetadataLookup::itemsWithFolded(std::string_view name, std::stri
 }
 
 Result<void> MetadataLookup::stringElements(std::string_view name, std::string_view folded, bool whole,
-                                            const TextVisitor& visit) {
+                                            const ElementVisitor& visit) {
     const std::string upper = whole ? std::string() : upperBound(std::string(folded));
     std::string condition = "folded = ?2";
     if (!whole)
         condition = folded.empty()  ? "folded IS NOT NULL"
                     : upper.empty() ? "folded >= ?2"
                                     : "folded >= ?2 AND folded < ?3";
-    auto statement = statements_.get(attributeQuery("item, text", name, condition));
+    auto statement = statements_.get(attributeQuery("item, text, folded", name, condition));
     if (!statement)
         return statement.error();
     sqlite::Statement& s = *statement.value();
@@ -101,7 +95,9 @@ Result<void> MetadataLookup::stringElements(std::string_view name, std::string_v
         s.bind(2, folded);
     if (!upper.empty())
         s.bind(3, std::string_view(upper));
-    return visitRows(s, visit);
+    return eachRow(s, [&](const sqlite::Statement& row) {
+        visit(row.columnInt(0), row.columnText(1), row.columnText(2));
+    });
 }
 
 Result<ItemSet> MetadataLookup::itemsWithNumber(std::string_view name, NumberComparison comparison,
@@ -129,7 +125,7 @@ Result<void> MetadataLookup::texts(std::string_view fullTextQuery, const TextVis
     sqlite::Statement& s = *statement.value();
     if (!fullTextQuery.empty())
         s.bind(1, fullTextQuery);
-    return visitRows(s, visit);
+    return eachRow(s, [&](const sqlite::Statement& row) { visit(row.columnInt(0), row.columnText(1)); });
 }
 
 Result<ItemSet> MetadataLookup::itemsWithText(std::string_view fullTextQuery) {

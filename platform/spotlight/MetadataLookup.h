@@ -23,6 +23,9 @@ class MetadataLookup {
 public:
     // Called with an item id and the text of one of its string elements (or its text).
     using TextVisitor = std::function<void(std::int64_t item, std::string_view text)>;
+    // Called with an item id, one of its string elements and that element's folded form.
+    using ElementVisitor =
+        std::function<void(std::int64_t item, std::string_view text, std::string_view folded)>;
 
     explicit MetadataLookup(StatementCache& statements) : statements_(statements) {}
 
@@ -31,7 +34,7 @@ public:
     // Every string element whose folded form is `folded` (`whole`) or starts with it; every
     // string element of the attribute when `folded` is an empty prefix.
     [[nodiscard]] Result<void> stringElements(std::string_view name, std::string_view folded, bool whole,
-                                              const TextVisitor& visit);
+                                              const ElementVisitor& visit);
     // Items with a number or date element that compares to `value` as asked.
     [[nodiscard]] Result<ItemSet> itemsWithNumber(std::string_view name, NumberComparison comparison,
                                                   double value);

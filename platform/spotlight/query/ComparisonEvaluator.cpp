@@ -99,8 +99,8 @@ Result<ItemSet> ComparisonEvaluator::strings(std::string_view name, QueryOperato
     if (condition.access() == StringCondition::Access::Equal && !condition.needsCheck())
         return lookup_.itemsWithFolded(name, condition.key());
     std::vector<std::int64_t> ids;
-    const auto collect = [&](std::int64_t item, std::string_view element) {
-        if (!condition.needsCheck() || condition.matches(element))
+    const auto collect = [&](std::int64_t item, std::string_view element, std::string_view folded) {
+        if (!condition.needsCheck() || condition.matches(element, folded))
             ids.push_back(item);
     };
     Result<void> read;
@@ -160,10 +160,11 @@ Result<ItemSet> ComparisonEvaluator::inRange(const QueryNode& node) {
     const StringCondition from(QueryOperator::GreaterOrEqual, *lowText, modifiers);
     const StringCondition to(QueryOperator::LessOrEqual, *highText, modifiers);
     std::vector<std::int64_t> ids;
-    auto read = lookup_.stringElements(name, {}, false, [&](std::int64_t item, std::string_view element) {
-        if (from.matches(element) && to.matches(element))
-            ids.push_back(item);
-    });
+    auto read = lookup_.stringElements(
+        name, {}, false, [&](std::int64_t item, std::string_view element, std::string_view folded) {
+            if (from.matches(element, folded) && to.matches(element, folded))
+                ids.push_back(item);
+        });
     if (!read)
         return read.error();
     return ItemSet::unionOf(found.value(), ItemSet::fromIds(std::move(ids)));

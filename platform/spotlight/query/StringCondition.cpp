@@ -22,10 +22,29 @@ StringCondition::StringCondition(QueryOperator op, std::string_view value, Query
     } else if (!pattern_.head().empty()) {
         access_ = Access::Prefix;
         key_ = text::fold(pattern_.head(), true, true);
+        prefixOfFolded_ =
+            pattern_.isPrefix() && modifiers_.caseInsensitive && modifiers_.diacriticInsensitive;
     }
 }
 
-bool StringCondition::matches(std::string_view element) const {
+namespace {
+
+bool isPlainAscii(char c) {
+    return static_cast<unsigned char>(c) < 0x80 && c != '\r' && c != '\n';
+}
+
+} // namespace
+
+bool StringCondition::matches(std::string_view element, std::string_view folded) const {
+    // The folded form is what c and d compare, so a folded string that starts with the folded
+    // head matches "head*" - provided the two meet between whole characters, which is
+    // certain where plain ASCII meets plain ASCII (and otherwise checked in full below).
+    if (prefixOfFolded_) {
+        if (!folded.starts_with(key_))
+            return false;
+        if (folded.size() == key_.size() || (isPlainAscii(key_.back()) && isPlainAscii(folded[key_.size()])))
+            return true;
+    }
     const bool c = modifiers_.caseInsensitive;
     const bool d = modifiers_.diacriticInsensitive;
     if (op_ == QueryOperator::Equal) {

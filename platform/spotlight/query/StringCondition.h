@@ -27,7 +27,8 @@ public:
     const std::string& key() const { return key_; }
     // False when every candidate the access yields matches, so there is nothing to check.
     bool needsCheck() const { return needsCheck_; }
-    bool matches(std::string_view element) const;
+    // `folded` is the element's folded form, as the index holds it.
+    bool matches(std::string_view element, std::string_view folded) const;
 
 private:
     QueryOperator op_;
@@ -38,6 +39,8 @@ private:
     // modifiers compare in.
     std::string key_;
     bool needsCheck_ = true;
+    // A prefix pattern under c and d: the folded form mostly decides on its own.
+    bool prefixOfFolded_ = false;
 };
 
 } // namespace platform::spotlight

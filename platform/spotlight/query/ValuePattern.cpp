@@ -4,6 +4,7 @@ namespace platform::spotlight {
 
 ValuePattern::ValuePattern(std::string_view source) : source_(source) {
     bool onlyStars = !source.empty();
+    bool onlyStarsAfterHead = true;
     for (std::size_t i = 0; i < source.size(); ++i) {
         char c = source[i];
         const bool escaped = c == '\\' && i + 1 < source.size() &&
@@ -12,6 +13,8 @@ ValuePattern::ValuePattern(std::string_view source) : source_(source) {
             c = source[++i];
         const bool wildcard = !escaped && (c == '*' || c == '?');
         onlyStars = onlyStars && !escaped && c == '*';
+        if (hasWildcards_ || wildcard)
+            onlyStarsAfterHead = onlyStarsAfterHead && !escaped && c == '*';
         if (wildcard)
             hasWildcards_ = true;
         else if (!hasWildcards_)
@@ -19,6 +22,7 @@ ValuePattern::ValuePattern(std::string_view source) : source_(source) {
         literal_ += c;
     }
     matchesEverything_ = onlyStars;
+    isPrefix_ = hasWildcards_ && onlyStarsAfterHead && !head_.empty();
 }
 
 } // namespace platform::spotlight

@@ -19,6 +19,8 @@ public:
     // The whole text unescaped, wildcards taken as the characters they are (for ordering).
     const std::string& literal() const { return literal_; }
     bool hasWildcards() const { return hasWildcards_; }
+    // The head and then only stars: the pattern asks for strings that start with the head.
+    bool isPrefix() const { return isPrefix_; }
     // Only stars: every string matches.
     bool matchesEverything() const { return matchesEverything_; }
 
@@ -27,6 +29,7 @@ private:
     std::string head_;
     std::string literal_;
     bool hasWildcards_ = false;
+    bool isPrefix_ = false;
     bool matchesEverything_ = false;
 };
 

@@ -49,6 +49,7 @@ protected:
              {std::string(kMDItemTextContent), "R\u00E9sum\u00E9 attached, apollo programme"}},
             {{"kMDItemKeywords", Array{}},
              {"kMDItemSubject", "Team lunch"},
+             {"kMDItemAuthors", Array{"\u0915\u093F\u0924"}},
              {"kMDItemComment", "rate 5*"},
              {std::string(kMDItemTextContent), "Nothing to see"}},
             {{"kMDItemKeywords", Array{"W\u00D6RK", "x"}},
@@ -169,6 +170,14 @@ TEST_F(QueryEvaluatorTest, Wildcards) {
         {"kMDItemComment == \"rate 5\\*\"", "/m/4"},
         {"kMDItemComment == \"rate \\*\"", ""},
         {"kMDItemKeywords == \"W?RK\"c", "/m/1 /m/2 /m/5"},
+        // A prefix under c and d is settled by the folded form only between whole characters:
+        // KA followed by the vowel sign I is one character, so "KA*" does not match it.
+        {"kMDItemAuthors == \"ada*\"cd", "/m/1"},
+        {"kMDItemAuthors == \"ADA L*\"cd", "/m/1"},
+        {"kMDItemAuthors == \"Ada Lov\u00C9lace**\"cd", "/m/1"},
+        {"kMDItemAuthors == \"Ada?*\"cd", "/m/1"},
+        {"kMDItemAuthors == \"\u0915*\"cd", ""},
+        {"kMDItemAuthors == \"\u0915\u093F*\"cd", "/m/4"},
     });
 }
 
