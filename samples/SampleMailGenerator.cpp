@@ -161,15 +161,20 @@ std::string quoteFromLines(const std::string& message) {
 
 } // namespace
 
-void SampleMailGenerator::writeMbox(std::ostream& out, int count, bool sent) {
+std::string SampleMailGenerator::nextMessage(bool sent) {
     Random rng{state_};
-    for (int i = 0; i < count; ++i, ++serial_) {
-        when_ += 3600 + static_cast<std::time_t>(rng.pick(86400));
-        const std::string message = makeMessage(rng, serial_, when_, sent, ids_);
+    when_ += 3600 + static_cast<std::time_t>(rng.pick(86400));
+    std::string message = makeMessage(rng, serial_++, when_, sent, ids_);
+    state_ = rng.state;
+    return message;
+}
+
+void SampleMailGenerator::writeMbox(std::ostream& out, int count, bool sent) {
+    for (int i = 0; i < count; ++i) {
+        const std::string message = nextMessage(sent);
         out << "From " << (sent ? "ada@example.org" : "MAILER-DAEMON") << " " << mboxDate(when_) << "\n"
             << quoteFromLines(message) << "\n";
     }
-    state_ = rng.state;
 }
 
 } // namespace samples

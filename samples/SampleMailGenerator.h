@@ -16,6 +16,8 @@ public:
     // Appends `count` messages to `out` as mbox entries (From_ lines quoted); with
     // `sent` every message is from the library's owner.
     void writeMbox(std::ostream& out, int count, bool sent = false);
+    // The next message on its own (LF line endings), as writeMbox would append it.
+    std::string nextMessage(bool sent = false);
 
 private:
     std::uint64_t state_ = 0x2545F4914F6CDD1DULL;

@@ -28,9 +28,12 @@ platform::MapTable<std::string, std::unordered_set<std::uintptr_t>>* libraryMess
 platform::Lock* libraryMessageTableLock = nullptr;
 platform::runtime::DeallocImp savedDealloc = nullptr;
 
+platform::runtime::Class* libraryMessageClass = nullptr;
+platform::runtime::Class* libraryClass = nullptr;
+
 LibraryMessage* asLibraryMessage(platform::runtime::Object* self) {
     auto* message = dynamic_cast<LibraryMessage*>(self);
-    return message && message->isKindOfClass(LibraryMessage::kClassName) ? message : nullptr;
+    return message && message->isKindOfClass(libraryMessageClass) ? message : nullptr;
 }
 
 std::uintptr_t instanceToken(const void* self) {
@@ -65,6 +68,8 @@ void LibraryMessageTagAccess::load() {
     libraryMessageData = new platform::MapTable<std::string, Dictionary>(4); // live as long as the process
     libraryMessageInstances = new platform::MapTable<std::string, std::unordered_set<std::uintptr_t>>(4);
     libraryMessageTableLock = new platform::Lock;
+    libraryMessageClass = platform::runtime::Runtime::classNamed(LibraryMessage::kClassName);
+    libraryClass = platform::runtime::Runtime::classNamed(mailhost::Library::kClassName);
     for (const char* name : {LibraryMessage::kClassName, mailhost::LibraryIMAPMessage::kClassName}) {
         platform::runtime::Class* cls = platform::runtime::Runtime::classNamed(name);
         if (!cls)

@@ -47,12 +47,16 @@ UpdateFileImp savedUpdateFile = nullptr;
 
 constexpr const char* kSpotlightSelector = "lumettaUpdateSpotlightForDictionary:andMessage:atEmlxPath:";
 
+// Looked up once: the class tree is fixed by the time the plug-in loads.
+platform::runtime::Class* storedClass = nullptr;
+platform::runtime::Class* looseClass = nullptr;
+
 bool isStored(const Message* message) {
-    return message && message->isKindOfClass(LibraryMessage::kClassName);
+    return message && message->isKindOfClass(storedClass);
 }
 
 bool isLoose(const Message* message) {
-    return message && message->isKindOfClass(RecoveredMessage::kClassName);
+    return message && message->isKindOfClass(looseClass);
 }
 
 void updateSpotlight(const Dictionary& tags, Message* message, const std::string& path) {
@@ -75,6 +79,8 @@ Imp replaceLibraryMethod(platform::runtime::Class& cls, const char* host, const 
 } // namespace
 
 void LibraryTagPersistence::load() {
+    storedClass = platform::runtime::Runtime::classNamed(LibraryMessage::kClassName);
+    looseClass = platform::runtime::Runtime::classNamed(RecoveredMessage::kClassName);
     platform::runtime::Class* cls = platform::runtime::Runtime::classNamed(Library::kClassName);
     if (!cls)
         return;
@@ -127,8 +133,6 @@ std::optional<std::string> LibraryTagPersistence::lumettaMetaDataFromEmlxFile(Cl
 std::optional<Dictionary> LibraryTagPersistence::lumettaMetaDataDictionaryFromEmlxFile(Class* cls, Sel,
                                                                                        std::string path,
                                                                                        Message* message) {
-    if (!isStored(message) && !isLoose(message))
-        return std::nullopt;
     auto bytes = lumettaMetaDataFromEmlxFile(cls, {}, std::move(path), message);
     if (!bytes || bytes->empty())
         return std::nullopt;

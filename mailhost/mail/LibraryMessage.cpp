@@ -39,16 +39,17 @@ void LibraryMessage::bind(Library* library, Envelope envelope, std::string mailb
     mailboxName_ = std::move(mailboxName);
     sharded_ = sharded;
     flags_ = envelope_.flags;
+    path_ = library_
+                ? library_->layout().messagePath(mailboxName_, envelope_.rowid, sharded_, envelope_.partial)
+                : std::filesystem::path();
 }
 
 std::string LibraryMessage::messageID() const {
     return std::to_string(envelope_.rowid);
 }
 
-std::filesystem::path LibraryMessage::path() const {
-    return library_
-               ? library_->layout().messagePath(mailboxName_, envelope_.rowid, sharded_, envelope_.partial)
-               : std::filesystem::path();
+const std::filesystem::path& LibraryMessage::path() const {
+    return path_;
 }
 
 platform::Result<std::string> LibraryMessage::messageBytes() const {

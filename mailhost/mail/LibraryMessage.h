@@ -25,7 +25,8 @@ public:
     const Envelope& envelope() const { return envelope_; }
     const std::string& mailboxName() const { return mailboxName_; }
     bool sharded() const { return sharded_; }
-    std::filesystem::path path() const;
+    // Where its file is; fixed when the object is made, like the rest of its snapshot.
+    const std::filesystem::path& path() const;
 
     platform::Result<std::string> messageBytes() const override;
 
@@ -39,6 +40,7 @@ private:
     Envelope envelope_;
     std::string mailboxName_;
     bool sharded_ = false;
+    std::filesystem::path path_;
 };
 
 // The library's variant for messages of IMAP accounts; stored alike.

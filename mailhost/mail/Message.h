@@ -45,6 +45,8 @@ public:
     void setFlags(std::uint64_t flags) { flags_ = flags; }
 
     bool isKindOfClass(std::string_view className) const;
+    // The same with the class already looked up (nullptr is no class at all).
+    bool isKindOfClass(const Class* cls) const { return cls && objectClass()->isSubclassOf(cls); }
 
     // A shared reference to this message for lists the library keeps (changed
     // messages wait in one until they are written). A message not owned by a shared
