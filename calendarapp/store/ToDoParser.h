@@ -1,0 +1,22 @@
+#pragma once
+
+#include "calendarapp/store/ToDo.h"
+#include "platform/foundation/Date.h"
+#include "platform/foundation/Result.h"
+
+#include <string_view>
+
+namespace calendarapp {
+
+// Reads the to-do of one item file through libical. Fills everything but the calendar
+// and the file, which only the caller knows.
+class ToDoParser {
+public:
+    // `fileModified` is the file's modification time: it takes part in the stamp, and it
+    // stands in for the completion date of a to-do another program marked COMPLETED
+    // without saying when. Fails, with the reason, for bytes that are not one calendar
+    // object holding a to-do with a UID.
+    static platform::Result<ToDo> parse(std::string_view bytes, platform::Date fileModified);
+};
+
+} // namespace calendarapp
