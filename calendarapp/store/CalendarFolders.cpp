@@ -138,7 +138,8 @@ platform::Result<std::vector<fs::path>> CalendarFolders::itemFiles(const fs::pat
             continue;
         files.push_back(entry.path());
     }
-    std::sort(files.begin(), files.end());
+    std::sort(files.begin(), files.end(),
+              [](const fs::path& a, const fs::path& b) { return a.native() < b.native(); });
     return files;
 }
 

@@ -60,10 +60,13 @@ platform::Result<ItemFile::Contents> ItemFile::read(const std::filesystem::path&
                                        (S_ISREG(info.st_mode) ? "larger than any to-do" : "not a plain file"),
                                    EFBIG);
     }
-    contents.bytes.reserve(static_cast<std::size_t>(contents.identity.size));
-    char buffer[16384];
+    // One read normally returns the whole file: asking for a byte more than its size
+    // shows that it ended without a second call.
+    const auto expected = static_cast<std::size_t>(contents.identity.size);
+    contents.bytes.resize(expected + 1);
+    std::size_t have = 0;
     for (;;) {
-        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        const ssize_t n = ::read(fd, contents.bytes.data() + have, contents.bytes.size() - have);
         if (n < 0 && errno == EINTR)
             continue;
         if (n < 0) {
@@ -71,10 +74,14 @@ platform::Result<ItemFile::Contents> ItemFile::read(const std::filesystem::path&
             ::close(fd);
             return error;
         }
-        if (n == 0 || static_cast<std::int64_t>(contents.bytes.size()) + n > kMaximumSize)
+        have += static_cast<std::size_t>(n);
+        if (n == 0 || have < contents.bytes.size())
             break;
-        contents.bytes.append(buffer, static_cast<std::size_t>(n));
+        if (static_cast<std::int64_t>(have) > kMaximumSize) // grew past any to-do while being read
+            break;
+        contents.bytes.resize(contents.bytes.size() * 2);
     }
+    contents.bytes.resize(have);
     ::close(fd);
     return contents;
 }

@@ -1,5 +1,6 @@
 #include "calendarapp/store/ToDoCache.h"
 
+#include "calendarapp/store/StampBound.h"
 #include "calendarapp/store/ToDoParser.h"
 #include "platform/foundation/Log.h"
 
@@ -8,21 +9,39 @@
 
 namespace calendarapp {
 
-platform::Result<ToDo> ToDoCache::load(const std::filesystem::path& file) {
-    auto identity = ItemFile::identify(file);
-    if (!identity)
-        return identity.error();
-    {
-        std::lock_guard lock(mutex_);
-        const auto found = entries_.find(file.string());
-        if (found != entries_.end() && found->second.identity == identity.value())
-            return found->second.toDo;
-    }
-    auto contents = ItemFile::read(file);
-    if (!contents)
-        return contents.error();
-    platform::Result<ToDo> toDo =
-        ToDoParser::parse(contents.value().bytes, contents.value().identity.modified());
+namespace fs = std::filesystem;
+
+namespace {
+
+platform::Result<std::optional<ToDo>> ifChangedAfter(const platform::Result<ToDo>& toDo,
+                                                     const FileIdentity& identity, platform::Date date) {
+    if (!toDo && identity.modified() > date)
+        return toDo.error();
+    if (toDo && toDo.value().stamp > date)
+        return std::optional<ToDo>(toDo.value());
+    return std::optional<ToDo>();
+}
+
+} // namespace
+
+std::optional<ToDoCache::Entry> ToDoCache::entryFor(const fs::path& file) {
+    std::lock_guard lock(mutex_);
+    const auto folder = folders_.find(file.parent_path().string());
+    if (folder == folders_.end())
+        return std::nullopt;
+    const auto found = folder->second.find(file.filename().string());
+    if (found == folder->second.end())
+        return std::nullopt;
+    return found->second;
+}
+
+void ToDoCache::remember(const fs::path& file, Entry entry) {
+    std::lock_guard lock(mutex_);
+    folders_[file.parent_path().string()].insert_or_assign(file.filename().string(), std::move(entry));
+}
+
+platform::Result<ToDo> ToDoCache::parse(const fs::path& file, const ItemFile::Contents& contents) {
+    platform::Result<ToDo> toDo = ToDoParser::parse(contents.bytes, contents.identity.modified());
     if (toDo) {
         toDo.value().file = file;
     } else {
@@ -30,24 +49,61 @@ platform::Result<ToDo> ToDoCache::load(const std::filesystem::path& file) {
             platform::makeError(file.string() + " is not a readable to-do: " + toDo.error().message, EBADMSG);
         platform::Log::line("lumetta-calendar: skipping " + toDo.error().message);
     }
-    std::lock_guard lock(mutex_);
-    entries_.insert_or_assign(file.string(), Entry{contents.value().identity, toDo});
+    remember(file, Entry{contents.identity, toDo, std::nullopt});
     return toDo;
 }
 
-void ToDoCache::keepOnly(const std::filesystem::path& folder,
-                         const std::vector<std::filesystem::path>& present) {
+// A file seen before is looked at first and read only when it changed; a file never
+// seen is read straight away, its identity taken from the open file.
+platform::Result<ToDo> ToDoCache::load(const fs::path& file) {
+    if (auto entry = entryFor(file); entry && entry->toDo) {
+        auto identity = ItemFile::identify(file);
+        if (!identity)
+            return identity.error();
+        if (entry->identity == identity.value())
+            return *entry->toDo;
+    }
+    auto contents = ItemFile::read(file);
+    if (!contents)
+        return contents.error();
+    return parse(file, contents.value());
+}
+
+platform::Result<std::optional<ToDo>> ToDoCache::loadIfChangedAfter(const fs::path& file,
+                                                                    platform::Date date) {
+    if (auto entry = entryFor(file)) {
+        auto identity = ItemFile::identify(file);
+        if (!identity)
+            return identity.error();
+        if (entry->identity == identity.value()) {
+            if (entry->toDo)
+                return ifChangedAfter(*entry->toDo, entry->identity, date);
+            if (entry->stampBound && !(*entry->stampBound > date))
+                return std::optional<ToDo>();
+        }
+    }
+    auto contents = ItemFile::read(file);
+    if (!contents)
+        return contents.error();
+    const FileIdentity& read = contents.value().identity;
+    if (!(read.modified() > date)) {
+        const auto bound = StampBound::of(contents.value().bytes, read.modified());
+        if (bound && !(*bound > date)) {
+            remember(file, Entry{read, std::nullopt, bound});
+            return std::optional<ToDo>();
+        }
+    }
+    return ifChangedAfter(parse(file, contents.value()), read, date);
+}
+
+void ToDoCache::keepOnly(const fs::path& folder, const std::vector<fs::path>& present) {
     std::unordered_set<std::string> keep;
     for (const auto& path : present)
-        keep.insert(path.string());
+        keep.insert(path.filename().string());
     std::lock_guard lock(mutex_);
-    for (auto it = entries_.begin(); it != entries_.end();) {
-        const std::filesystem::path path(it->first);
-        if (path.parent_path() == folder && !keep.contains(it->first))
-            it = entries_.erase(it);
-        else
-            ++it;
-    }
+    const auto entries = folders_.find(folder.string());
+    if (entries != folders_.end())
+        std::erase_if(entries->second, [&keep](const auto& entry) { return !keep.contains(entry.first); });
 }
 
 } // namespace calendarapp

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace calendarapp {
@@ -27,6 +28,15 @@ Result<void> checkFileWritable(const FileIdentity& identity, const fs::path& fil
     if (!identity.writable())
         return platform::makeError(file.string() + " is read-only: the to-do is not changed", EACCES);
     return {};
+}
+
+// Writes the new version atomically with the old version's permissions, so a calendar
+// shared with a group stays readable to it.
+Result<void> replace(const fs::path& file, const std::string& bytes, const FileIdentity& old) {
+    auto written = platform::AtomicFile::write(file, bytes);
+    if (written)
+        ::chmod(file.c_str(), static_cast<mode_t>(old.mode & 07777));
+    return written;
 }
 
 } // namespace
@@ -103,12 +113,28 @@ Result<ToDoListing> ToDoStore::allToDos() const {
 }
 
 Result<ToDoListing> ToDoStore::toDosModifiedSince(platform::Date date) const {
-    auto all = allToDos();
-    if (!all)
-        return all;
-    auto& toDos = all.value().toDos;
-    std::erase_if(toDos, [date](const ToDo& toDo) { return !(toDo.stamp > date); });
-    return all;
+    auto calendarList = calendars();
+    if (!calendarList)
+        return calendarList.error();
+    ToDoListing changed;
+    for (const Calendar& calendar : calendarList.value()) {
+        auto files = CalendarFolders::itemFiles(calendar.folder);
+        if (!files) {
+            changed.skipped.push_back(files.error());
+            continue;
+        }
+        for (const fs::path& file : files.value()) {
+            auto toDo = cache_->loadIfChangedAfter(file, date);
+            if (!toDo) {
+                changed.skipped.push_back(toDo.error());
+            } else if (toDo.value()) {
+                toDo.value()->calendar = calendar;
+                changed.toDos.push_back(std::move(*toDo.value()));
+            }
+        }
+        cache_->keepOnly(calendar.folder, files.value());
+    }
+    return changed;
 }
 
 Result<ToDo> ToDoStore::findToDo(std::string_view uid) const {
@@ -177,8 +203,10 @@ Result<ToDo> ToDoStore::change(std::string_view uid, const Edit& edit) {
         if (auto writable = CalendarFolders::checkWritable(toDo.value().calendar.folder); !writable)
             return writable.error();
         auto contents = ItemFile::read(file);
-        if (!contents)
+        if (!contents && contents.error().code == ENOENT)
             continue; // moved or deleted since it was found: look again
+        if (!contents)
+            return contents.error();
         if (auto writable = checkFileWritable(contents.value().identity, file); !writable)
             return writable.error();
         auto editor = ToDoEditor::open(contents.value().bytes);
@@ -196,7 +224,7 @@ Result<ToDo> ToDoStore::change(std::string_view uid, const Edit& edit) {
         auto current = ItemFile::identify(file);
         if (!current || !(current.value() == contents.value().identity))
             continue;
-        if (auto written = platform::AtomicFile::write(file, bytes.value()); !written)
+        if (auto written = replace(file, bytes.value(), contents.value().identity); !written)
             return written.error();
         return load(file, toDo.value().calendar);
     }
@@ -269,7 +297,7 @@ Result<ToDo> ToDoStore::moveToDo(std::string_view uid, std::string_view calendar
         return bytes.error();
     // The copy is complete before the original goes, so a crash in between leaves the
     // to-do twice rather than not at all.
-    if (auto written = platform::AtomicFile::write(to, bytes.value()); !written)
+    if (auto written = replace(to, bytes.value(), contents.value().identity); !written)
         return written.error();
     if (::unlink(from.c_str()) != 0 && errno != ENOENT) {
         const int err = errno;

@@ -50,7 +50,8 @@ public:
     // Reading to-dos. A listing skips (and names) item files it cannot read.
     platform::Result<ToDoListing> toDos(const Calendar& calendar) const;
     platform::Result<ToDoListing> allToDos() const;
-    // The to-dos whose stamp is later than `date`.
+    // The to-dos whose stamp is later than `date`. Files not written since `date` are
+    // only scanned for their stamps; damaged ones among them are not reported here.
     platform::Result<ToDoListing> toDosModifiedSince(platform::Date date) const;
     platform::Result<ToDo> findToDo(std::string_view uid) const;
 

@@ -161,32 +161,40 @@ TEST_F(ToDoStoreTest, ReadOnlyFoldersAndFilesAreLeftIntact) {
     EXPECT_EQ(snapshot(), before);
 }
 
-// The stamp is the later of LAST-MODIFIED and the file's modification time; the query
-// answers the to-dos stamped strictly after its date.
+// The stamp is the later of the to-do's LAST-MODIFIED and the file's modification time;
+// the query answers the to-dos stamped strictly after its date, whatever form the line
+// takes and whatever other components of the file say.
 TEST_F(ToDoStoreTest, ModifiedSinceComparesStamps) {
+    const std::string zoneChangedLater = "BEGIN:VTIMEZONE\r\nTZID:Z\r\nLAST-MODIFIED:20240310T000000Z\r\n"
+                                         "BEGIN:STANDARD\r\nDTSTART:19700101T000000\r\nTZOFFSETFROM:+0000\r\n"
+                                         "TZOFFSETTO:+0000\r\nEND:STANDARD\r\nEND:VTIMEZONE\r\n";
     const struct {
         const char* uid;
-        const char* lastModified;
+        std::string before;
+        std::string header;
         const char* fileTime;
         const char* stamp;
     } cases[] = {
-        {"header-later", "2024-03-05 10:00:00", "2024-03-01 10:00:00", "2024-03-05 10:00:00"},
-        {"file-later", "2024-03-01 10:00:00", "2024-03-04 10:00:00", "2024-03-04 10:00:00"},
-        {"no-header", nullptr, "2024-03-03 10:00:00", "2024-03-03 10:00:00"},
-        {"old", "2024-02-01 10:00:00", "2024-02-01 10:00:00", "2024-02-01 10:00:00"},
+        {"header-later", "", "LAST-MODIFIED:20240305T100000Z\r\n", "2024-03-01 10:00:00",
+         "2024-03-05 10:00:00"},
+        {"file-later", "", "LAST-MODIFIED:20240301T100000Z\r\n", "2024-03-04 10:00:00",
+         "2024-03-04 10:00:00"},
+        {"no-header", "", "", "2024-03-03 10:00:00", "2024-03-03 10:00:00"},
+        {"with-value", "", "LAST-MODIFIED;VALUE=DATE-TIME:20240303T120000Z\r\n", "2024-02-01 10:00:00",
+         "2024-03-03 12:00:00"},
+        {"zone-later", zoneChangedLater, "LAST-MODIFIED:20240201T100000Z\r\n", "2024-02-01 10:00:00",
+         "2024-02-01 10:00:00"},
+        {"old", "", "LAST-MODIFIED:20240201T100000Z\r\n", "2024-02-01 10:00:00", "2024-02-01 10:00:00"},
     };
     for (const auto& c : cases) {
-        std::string header;
-        if (c.lastModified) {
-            std::string when = c.lastModified;
-            header = "LAST-MODIFIED:" + when.substr(0, 4) + when.substr(5, 2) + when.substr(8, 2) + "T" +
-                     when.substr(11, 2) + when.substr(14, 2) + when.substr(17, 2) + "Z\r\n";
-        }
-        setModified(place(std::string(c.uid) + ".ics", item(c.uid, header)), utc(c.fileTime));
-        EXPECT_EQ(store_->findToDo(c.uid).value().stamp, utc(c.stamp)) << c.uid;
+        std::string text = item(c.uid, c.header);
+        text.insert(text.find("BEGIN:VTODO"), c.before);
+        setModified(place(std::string(c.uid) + ".ics", text), utc(c.fileTime));
     }
+    for (const auto& c : cases)
+        EXPECT_EQ(freshStore().findToDo(c.uid).value().stamp, utc(c.stamp)) << c.uid;
     EXPECT_EQ(uids(store_->toDosModifiedSince(utc("2024-03-02 00:00:00"))),
-              (std::vector<std::string>{"file-later", "header-later", "no-header"}));
+              (std::vector<std::string>{"file-later", "header-later", "no-header", "with-value"}));
     EXPECT_EQ(uids(store_->toDosModifiedSince(utc("2024-03-04 10:00:00"))),
               std::vector<std::string>{"header-later"});
 
