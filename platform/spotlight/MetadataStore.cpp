@@ -95,6 +95,12 @@ MetadataStore* MetadataStore::current() {
     return currentStore.load();
 }
 
+Result<void> MetadataStore::control(const char* sql) const {
+    // Every write nests a savepoint in the batch around it: prepared once, these cost
+    // next to nothing, where parsing them on each call cost more than the write.
+    return execute(*statements_, sql);
+}
+
 Result<void> MetadataStore::inTransaction(bool write, const std::function<Result<void>()>& body) const {
     std::lock_guard lock(mutex_);
     const bool outermost = depth_ == 0;
@@ -103,7 +109,7 @@ Result<void> MetadataStore::inTransaction(bool write, const std::function<Result
     const char* begin =
         outermost ? (write ? "BEGIN IMMEDIATE" : "BEGIN") : (write ? "SAVEPOINT store" : nullptr);
     if (begin != nullptr) {
-        if (auto r = db_->exec(begin); !r)
+        if (auto r = control(begin); !r)
             return r;
     }
     ++depth_;
@@ -116,13 +122,16 @@ Result<void> MetadataStore::inTransaction(bool write, const std::function<Result
         result = makeError("metadata index: unexpected failure");
     }
     --depth_;
+    if (depth_ == 0)
+        lastItem_.reset();
     if (begin == nullptr)
         return result;
     if (!result) {
+        lastItem_.reset(); // it may name a row the rollback takes away
         (void)db_->exec(outermost ? "ROLLBACK" : "ROLLBACK TO store; RELEASE store");
         return result;
     }
-    if (auto r = db_->exec(outermost ? "COMMIT" : "RELEASE store"); !r) {
+    if (auto r = control(outermost ? "COMMIT" : "RELEASE store"); !r) {
         if (outermost)
             (void)db_->exec("ROLLBACK");
         return r;
@@ -134,6 +143,34 @@ Result<void> MetadataStore::batch(const std::function<Result<void>()>& body) {
     return inTransaction(true, body);
 }
 
+MetadataStore::Transaction::Transaction(MetadataStore& store) : store_(store), lock_(store.mutex_) {
+    outermost_ = store_.depth_ == 0;
+    open_ = store_.control(outermost_ ? "BEGIN IMMEDIATE" : "SAVEPOINT store").ok();
+    if (open_)
+        ++store_.depth_;
+}
+
+MetadataStore::Transaction::~Transaction() {
+    if (!open_)
+        return;
+    --store_.depth_;
+    store_.lastItem_.reset();
+    (void)store_.db_->exec(outermost_ ? "ROLLBACK" : "ROLLBACK TO store; RELEASE store");
+}
+
+Result<void> MetadataStore::Transaction::commit() {
+    if (!open_)
+        return makeError("metadata index: the batch could not be started");
+    open_ = false;
+    --store_.depth_;
+    store_.lastItem_.reset();
+    if (auto r = store_.control(outermost_ ? "COMMIT" : "RELEASE store"); !r) {
+        (void)store_.db_->exec(outermost_ ? "ROLLBACK" : "ROLLBACK TO store; RELEASE store");
+        return r;
+    }
+    return {};
+}
+
 Result<void> MetadataStore::read(const std::function<Result<void>(MetadataLookup&)>& body) const {
     return inTransaction(false, [&]() -> Result<void> {
         MetadataLookup lookup(*statements_);
@@ -142,6 +179,10 @@ Result<void> MetadataStore::read(const std::function<Result<void>(MetadataLookup
 }
 
 Result<std::optional<std::int64_t>> MetadataStore::findItem(std::string_view path) const {
+    // Mirroring one message's tags asks for the same item a dozen times in a row; inside
+    // a transaction no other writer can change it, so the last answer stands.
+    if (lastItem_ && depth_ > 0 && lastItem_->first == path)
+        return std::optional<std::int64_t>(lastItem_->second);
     auto s = bound(*statements_, "SELECT id FROM items WHERE path = ?1", path);
     if (!s)
         return s.error();
@@ -150,7 +191,10 @@ Result<std::optional<std::int64_t>> MetadataStore::findItem(std::string_view pat
         return row.error();
     if (!row.value())
         return std::optional<std::int64_t>();
-    return std::optional<std::int64_t>(s.value()->columnInt(0));
+    const std::int64_t id = s.value()->columnInt(0);
+    if (depth_ > 0)
+        lastItem_.emplace(std::string(path), id);
+    return std::optional<std::int64_t>(id);
 }
 
 Result<std::int64_t> MetadataStore::ensureItem(std::string_view path) {
@@ -161,7 +205,9 @@ Result<std::int64_t> MetadataStore::ensureItem(std::string_view path) {
         return *found.value();
     if (auto r = execute(*statements_, "INSERT INTO items (path) VALUES (?1)", path); !r)
         return r.error();
-    return db_->lastInsertRowId();
+    const std::int64_t id = db_->lastInsertRowId();
+    lastItem_.emplace(std::string(path), id);
+    return id;
 }
 
 Result<bool> MetadataStore::deleteAttribute(std::int64_t item, std::string_view name) {
@@ -233,10 +279,59 @@ Result<void> MetadataStore::setAttribute(std::string_view path, std::string_view
         auto item = ensureItem(path);
         if (!item)
             return item.error();
+        // Most writes restate what is there (a file saved again, tags mirrored after a
+        // change to another tag); leaving those rows alone keeps the commit small.
+        auto same = holds(item.value(), name, elements.value());
+        if (!same)
+            return same.error();
+        if (same.value())
+            return {};
         if (auto r = deleteAttribute(item.value(), name); !r)
             return r.error();
         return insertAttribute(item.value(), name, elements.value());
     });
+}
+
+Result<bool> MetadataStore::holds(std::int64_t item, std::string_view name,
+                                  const std::vector<AttributeElement>& elements) const {
+    auto s = bound(*statements_,
+                   "SELECT position, kind, text, number FROM attributes WHERE item = ?1 AND name = ?2 "
+                   "ORDER BY position",
+                   item, name);
+    if (!s)
+        return s.error();
+    sqlite::Statement& statement = *s.value();
+    std::size_t at = 0;
+    for (;; ++at) {
+        auto row = statement.step();
+        if (!row)
+            return row.error();
+        if (!row.value())
+            return at == elements.size();
+        if (at >= elements.size())
+            return false;
+        const AttributeElement& e = elements[at];
+        if (statement.columnInt(0) != e.position || statement.columnInt(1) != static_cast<int>(e.kind))
+            return false;
+        switch (e.kind) {
+        case ElementKind::String:
+            if (statement.columnText(2) != e.text)
+                return false;
+            break;
+        case ElementKind::Integer:
+        case ElementKind::Boolean:
+            if (statement.columnInt(3) != e.integer)
+                return false;
+            break;
+        case ElementKind::Real:
+        case ElementKind::Date:
+            if (statement.columnDouble(3) != e.real)
+                return false;
+            break;
+        case ElementKind::EmptyArray:
+            break;
+        }
+    }
 }
 
 Result<bool> MetadataStore::removeFromItem(std::string_view path,
@@ -315,6 +410,7 @@ Result<void> MetadataStore::replaceHostAttributes(std::string_view path, const D
 
 Result<bool> MetadataStore::removeItem(std::string_view path) {
     return removeFromItem(path, [&](std::int64_t item) -> Result<bool> {
+        lastItem_.reset();
         for (const char* sql : {"DELETE FROM attributes WHERE item = ?1",
                                 "DELETE FROM texts WHERE rowid = ?1", "DELETE FROM items WHERE id = ?1"}) {
             if (auto done = execute(*statements_, sql, item); !done)

@@ -74,18 +74,41 @@ public:
     // fails, so that indexing a whole mailbox costs one commit. Batches nest. Other threads
     // wait until the batch ends; `body` must not wait for them.
     [[nodiscard]] Result<void> batch(const std::function<Result<void>()>& body);
+    // A batch whose body is not one function: an import adds its messages one call at a
+    // time and commits every thousand. The store is this thread's until the transaction
+    // ends; dropping it uncommitted rolls its writes back.
+    class Transaction {
+    public:
+        explicit Transaction(MetadataStore& store);
+        ~Transaction();
+        Transaction(const Transaction&) = delete;
+        Transaction& operator=(const Transaction&) = delete;
+        [[nodiscard]] Result<void> commit();
+
+    private:
+        MetadataStore& store_;
+        std::unique_lock<std::recursive_mutex> lock_;
+        bool open_ = false;
+        bool outermost_ = false;
+    };
+
     // Runs `body` with the index's reads over one consistent snapshot (queries).
     [[nodiscard]] Result<void> read(const std::function<Result<void>(MetadataLookup&)>& body) const;
 
 private:
     explicit MetadataStore(std::unique_ptr<sqlite::Database> db);
 
+    // Runs a transaction control statement (BEGIN, SAVEPOINT, COMMIT, RELEASE).
+    [[nodiscard]] Result<void> control(const char* sql) const;
     [[nodiscard]] Result<void> inTransaction(bool write, const std::function<Result<void>()>& body) const;
     [[nodiscard]] Result<std::optional<std::int64_t>> findItem(std::string_view path) const;
     [[nodiscard]] Result<std::int64_t> ensureItem(std::string_view path);
     // Runs `remove` on the item at `path` in a write transaction; false when there is none.
     [[nodiscard]] Result<bool> removeFromItem(std::string_view path,
                                               const std::function<Result<bool>(std::int64_t)>& remove);
+    // Whether the item's attribute is stored as exactly these elements.
+    [[nodiscard]] Result<bool> holds(std::int64_t item, std::string_view name,
+                                     const std::vector<AttributeElement>& elements) const;
     [[nodiscard]] Result<bool> deleteAttribute(std::int64_t item, std::string_view name);
     [[nodiscard]] Result<void> insertAttribute(std::int64_t item, std::string_view name,
                                                const std::vector<AttributeElement>& elements);
@@ -100,6 +123,8 @@ private:
     // How many transactions are open on this connection: the outermost one begins and
     // commits, inner ones are savepoints.
     mutable int depth_ = 0;
+    // The item last found by path, while a transaction is open (see findItem).
+    mutable std::optional<std::pair<std::string, std::int64_t>> lastItem_;
 };
 
 } // namespace platform::spotlight
