@@ -5,6 +5,7 @@
 #include "mailhost/mail/LibraryMessage.h"
 #include "mailhost/mail/LibraryStore.h"
 #include "mailhost/mail/MailAccount.h"
+#include "mailhost/mail/Matador.h"
 #include "mailhost/mail/MessageStore.h"
 #include "mailhost/mail/MessageWriter.h"
 #include "mailhost/mail/OutgoingMessage.h"
@@ -22,6 +23,7 @@ void registerHostClasses() {
     MessageWriter::registerClass();
     MailAccount::registerClass();
     MessageStore::registerClass();
+    Matador::registerClass();
 }
 
 } // namespace mailhost

@@ -3,6 +3,7 @@
 #include "mailhost/library/EmlxFile.h"
 #include "mailhost/library/WriteJournal.h"
 #include "mailhost/mail/MessageEnvelope.h"
+#include "mailhost/mail/MessageMetadata.h"
 #include "platform/foundation/AtomicFile.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/NotificationCenter.h"
@@ -126,6 +127,15 @@ Result<std::unique_ptr<Library>> Library::open(const fs::path& root, bool create
         return index.error();
     std::unique_ptr<Library> library(new Library(root, std::move(index.value())));
     library->reloadFlagsFromFiles(replay.value().paths);
+    // Searching is a convenience over the files: a library whose metadata index cannot be
+    // opened still reads and writes mail.
+    if (auto metadata = platform::spotlight::MetadataStore::open(root)) {
+        library->metadata_ = std::move(metadata.value());
+        platform::spotlight::MetadataStore::setCurrent(library->metadata_.get());
+    } else {
+        platform::Log::line("The metadata index of " + root.string() +
+                            " cannot be opened; searches will find nothing: " + metadata.error().message);
+    }
     if (create && withStandardMailboxes)
         for (const auto& name : kStandardMailboxes)
             if (auto box = library->createMailbox(name); !box)
@@ -218,10 +228,14 @@ Result<std::shared_ptr<LibraryMessage>> Library::addMessage(const std::string& m
 Library::BulkAdd::BulkAdd(Library& library) : library_(library) {
     open_ = library_.index_->begin().ok();
     library_.deferFlush_ = open_;
+    if (open_ && library_.metadata_)
+        library_.metadataBatch_ =
+            std::make_unique<platform::spotlight::MetadataStore::Transaction>(*library_.metadata_);
 }
 
 Library::BulkAdd::~BulkAdd() {
     if (open_) {
+        library_.metadataBatch_.reset();
         (void)library_.index_->rollback();
         library_.deferFlush_ = false;
     }
@@ -234,10 +248,50 @@ Result<void> Library::BulkAdd::commit() {
     library_.deferFlush_ = false;
     // Files first: the index must never name a message whose file could still be lost.
     if (auto synced = platform::AtomicFile::syncFileSystem(library_.layout_.root()); !synced) {
+        library_.metadataBatch_.reset();
         (void)library_.index_->rollback();
         return synced;
     }
-    return library_.index_->commit();
+    if (auto committed = library_.index_->commit(); !committed) {
+        library_.metadataBatch_.reset();
+        return committed;
+    }
+    // The metadata index follows the envelopes: should its commit fail, the messages are
+    // stored and only their search entries are missing until the next reindex.
+    if (library_.metadataBatch_) {
+        if (auto indexed = library_.metadataBatch_->commit(); !indexed)
+            platform::Log::line("Could not save the metadata index: " + indexed.error().message);
+        library_.metadataBatch_.reset();
+    }
+    return {};
+}
+
+void Library::indexMessageFile(const std::string& path, std::string_view messageBytes,
+                               const std::string& mailbox, double dateReceived) {
+    if (!metadata_)
+        return;
+    const Dictionary attributes = MessageMetadata::hostAttributes(messageBytes, mailbox, dateReceived);
+    if (auto r = metadata_->replaceHostAttributes(path, attributes, MessageMetadata::hostAttributeNames());
+        !r)
+        platform::Log::line("Could not index " + path + ": " + r.error().message);
+}
+
+bool Library::indexMessageFileAt(const fs::path& path, const std::string& mailbox) {
+    if (!metadata_)
+        return true;
+    auto file = EmlxFile::read(path);
+    if (!file)
+        return false;
+    indexMessageFile(path.string(), file.value().messageBytes(), mailbox,
+                     MessageEnvelope::dateReceived(file.value().plist(), path));
+    return true;
+}
+
+void Library::forgetMessageFile(const std::string& path) {
+    if (!metadata_)
+        return;
+    if (auto r = metadata_->removeItem(path); !r)
+        platform::Log::line("Could not remove " + path + " from the metadata index: " + r.error().message);
 }
 
 // ---- class methods through their seams ----
@@ -328,6 +382,11 @@ Result<std::size_t> Library::writeChangedMessages() {
     }
     Batch batch;
     batch_ = &batch;
+    // The write hooks bring each file's metadata in line as it is written; one index
+    // transaction takes all of it. Lock order: the update lock, then the index.
+    std::optional<platform::spotlight::MetadataStore::Transaction> metadataBatch;
+    if (metadata_)
+        metadataBatch.emplace(*metadata_);
     std::vector<std::pair<std::int64_t, std::uint64_t>> newFlags;
     for (const auto& [rowid, message] : pending) {
         auto* stored = static_cast<LibraryMessage*>(message.get());
@@ -349,6 +408,11 @@ Result<std::size_t> Library::writeChangedMessages() {
             (*seams().writeWithBody)(seams().cls, path, stored, read.messageBytes(), plist);
     }
     batch_ = nullptr;
+    if (metadataBatch) {
+        if (auto indexed = metadataBatch->commit(); !indexed)
+            platform::Log::line("Could not save the metadata index: " + indexed.error().message);
+        metadataBatch.reset();
+    }
     // Messages saved whole (their bytes changed) are already in place; the flags of
     // tail writes go into the index, in one transaction, once the journal holds the
     // batch: a crash before that loses both, one after it is completed from the
@@ -424,6 +488,10 @@ bool Library::hostWriteEmlxWithBody(Class*, Sel, std::string path, Message* mess
         auto* stored = dynamic_cast<LibraryMessage*>(message);
         if (stored && read != library->batch_->files.end() && read->second.messageBytes() == body) {
             const EmlxFile& file = read->second;
+            // Nothing to write when the file already holds this property list: a save
+            // that changes nothing must not cost a write, nor touch the file.
+            if (file.ok() && file.rawTail() == plistData)
+                return true;
             auto site = TailSite::ofBytes(file.bytes(), file.tailOffset(), TailWriter::kKeepOldTail);
             library->batch_->writes.push_back(
                 {path, file.tailOffset(), std::move(plistData),
@@ -439,12 +507,22 @@ bool Library::hostWriteEmlxWithBody(Class*, Sel, std::string path, Message* mess
     return (*seams().writeWithData)(seams().cls, path, message, whole);
 }
 
-bool Library::hostWriteEmlxWithData(Class*, Sel, std::string path, Message*, std::string_view emlxData) {
+bool Library::hostWriteEmlxWithData(Class*, Sel, std::string path, Message* message,
+                                    std::string_view emlxData) {
     Library* library = current();
     const bool flush = !(library && library->deferFlush_);
     if (auto r = platform::AtomicFile::write(path, emlxData, flush); !r) {
         platform::Log::line("Could not write " + path + ": " + r.error().message);
         return false;
+    }
+    // A whole file was written, so its message may be new or changed: index it now, so
+    // that whoever adds attributes after the write (the tags) finds the item.
+    auto* stored = dynamic_cast<LibraryMessage*>(message);
+    if (library && stored) {
+        auto count = EmlxFile::parseCountLine(emlxData.substr(0, EmlxFile::kMaxCountLine));
+        if (count && count.value().length + count.value().count <= emlxData.size())
+            library->indexMessageFile(path, emlxData.substr(count.value().length, count.value().count),
+                                      stored->mailboxName(), stored->envelope().dateReceived);
     }
     return true;
 }

@@ -7,6 +7,7 @@
 #include "mailhost/mail/LibraryMessage.h"
 #include "platform/foundation/Dictionary.h"
 #include "platform/foundation/Result.h"
+#include "platform/spotlight/MetadataStore.h"
 
 #include <filesystem>
 #include <map>
@@ -49,6 +50,18 @@ public:
 
     const LibraryLayout& layout() const { return layout_; }
     EnvelopeIndex& index() { return *index_; }
+    // The library's metadata index; nullptr when it could not be opened (the library
+    // still works, only searches find nothing).
+    platform::spotlight::MetadataStore* metadata() { return metadata_.get(); }
+
+    // Puts the client's own attributes of a message file into the metadata index (its
+    // other attributes stay), or takes the file's item out. Failures are logged: the
+    // files are what matters, and `lumetta reindex` rebuilds the index from them.
+    void indexMessageFile(const std::string& path, std::string_view messageBytes, const std::string& mailbox,
+                          double dateReceived);
+    void forgetMessageFile(const std::string& path);
+    // The same for a file already on disk; false when it cannot be read as a message file.
+    bool indexMessageFileAt(const std::filesystem::path& path, const std::string& mailbox);
 
     platform::Result<MailboxRecord> createMailbox(const std::string& name);
     std::vector<MailboxRecord> mailboxes() const { return index_->mailboxes(); }
@@ -138,6 +151,9 @@ private:
 
     LibraryLayout layout_;
     std::unique_ptr<EnvelopeIndex> index_;
+    std::unique_ptr<platform::spotlight::MetadataStore> metadata_;
+    // Open while a BulkAdd is: the import's index entries commit with its envelopes.
+    std::unique_ptr<platform::spotlight::MetadataStore::Transaction> metadataBatch_;
     TailWriter tailWriter_;
     std::mutex changedMutex_;
     std::map<std::int64_t, std::shared_ptr<Message>> changed_;

@@ -100,6 +100,7 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptLibrary(const fs::path& fo
             report.skipped.push_back(file.string() + ": " + inserted.error().message);
             continue;
         }
+        library.indexMessageFileAt(file, where->mailbox);
         if (++report.messages % 1000 == 0) {
             if (auto r = bulk->commit(); !r)
                 return r.error();
@@ -160,6 +161,7 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptMailbox(Library& library, 
             report.skipped.push_back(file.string() + ": " + written.error().message);
             continue;
         }
+        library.indexMessageFileAt(target, name);
         // A partial message's attachments travel with it, under its new number.
         const fs::path attachments = folder / "Attachments" / std::to_string(rowid);
         if (partial && fs::is_directory(attachments, ec)) {

@@ -98,6 +98,23 @@ bool hasMessageFile(const LibraryLayout& layout, const MailboxRecord& box, std::
            fs::exists(layout.messagePath(box.name, rowid, box.sharded, true), ec);
 }
 
+void reindexFiles(Library& library, const std::map<std::int64_t, Envelope>& known,
+                  const std::vector<std::int64_t>& gone, const MailboxRecord& box) {
+    platform::spotlight::MetadataStore* metadata = library.metadata();
+    if (!metadata)
+        return;
+    // The files may have been changed by hand: every one is indexed again, in one batch.
+    platform::spotlight::MetadataStore::Transaction batch(*metadata);
+    const LibraryLayout& layout = library.layout();
+    for (std::int64_t rowid : gone)
+        library.forgetMessageFile(layout.messagePath(box.name, rowid, box.sharded, known.at(rowid).partial));
+    for (const Envelope& e : library.index().messagesInMailbox(box.id))
+        library.indexMessageFileAt(layout.messagePath(box.name, e.rowid, box.sharded, e.partial), box.name);
+    if (auto r = batch.commit(); !r)
+        platform::Log::line("Could not save the metadata index of \"" + box.name +
+                            "\": " + r.error().message);
+}
+
 } // namespace
 
 Class& LibraryStore::registerClass() {
@@ -222,6 +239,7 @@ Result<std::size_t> LibraryStore::rebuildFromDisk() {
     if (!applied)
         return platform::makeError("cannot rebuild mailbox \"" + mailbox_ + "\": " + applied.error().message,
                                    applied.error().code);
+    reindexFiles(*library_, known, gone, *box);
 
     // Observers hold objects made before the rebuild: every message is announced anew.
     MessagesAddedNotification notification{kMessagesAddedNotification, copyOfAllMessages()};

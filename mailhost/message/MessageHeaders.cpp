@@ -170,6 +170,42 @@ std::string MessageHeaders::addresses(std::string_view name, bool everyField) co
     return gmime::take(internet_address_list_to_string(list.get(), nullptr, FALSE));
 }
 
+namespace {
+
+void collectPeople(InternetAddressList* list, std::vector<MessageHeaders::Person>& into, int depth) {
+    const int count = internet_address_list_length(list);
+    for (int i = 0; i < count; ++i) {
+        InternetAddress* address = internet_address_list_get_address(list, i);
+        if (INTERNET_ADDRESS_IS_GROUP(address)) {
+            // Groups do not nest in real mail; a hostile header must not recurse forever.
+            if (depth < 4)
+                collectPeople(internet_address_group_get_members(INTERNET_ADDRESS_GROUP(address)), into,
+                              depth + 1);
+            continue;
+        }
+        const char* name = internet_address_get_name(address);
+        const char* addr = internet_address_mailbox_get_addr(INTERNET_ADDRESS_MAILBOX(address));
+        into.push_back({name ? name : "", addr ? addr : ""});
+    }
+}
+
+} // namespace
+
+std::vector<MessageHeaders::Person> MessageHeaders::people(std::string_view name) const {
+    std::vector<Person> out;
+    for (std::size_t i = 0; i < fields_.size(); ++i) {
+        if (!sameName(fields_[i].first, name)) {
+            continue;
+        }
+        gmime::Ref<InternetAddressList> list(
+            internet_address_list_parse(gmime::parserOptions(), rawValues_[i].c_str()));
+        if (list) {
+            collectPeople(list.get(), out, 0);
+        }
+    }
+    return out;
+}
+
 std::string MessageHeaders::from() const {
     return addresses("From", false);
 }

@@ -39,6 +39,14 @@ public:
     std::string from() const;
     std::string to() const;
     std::string cc() const;
+    // The people of an address field (every field of that name), one entry each with the
+    // decoded display name ("" when there is none) and the address; the members of a
+    // group count one by one. The metadata index lists authors and recipients this way.
+    struct Person {
+        std::string name;
+        std::string address;
+    };
+    std::vector<Person> people(std::string_view name) const;
     // The "message-id" value as the message carries it, angle brackets included
     // ("<id@host>"): the form the library's index stores and matches on.
     std::string messageID() const;
