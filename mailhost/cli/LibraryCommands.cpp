@@ -1,6 +1,7 @@
 #include "mailhost/cli/LibraryCommands.h"
 
 #include "mailhost/cli/Json.h"
+#include "mailhost/cli/MessageListing.h"
 #include "mailhost/import/MessageSource.h"
 #include "mailhost/mail/Library.h"
 #include "mailhost/mail/LibraryAdoption.h"
@@ -19,48 +20,6 @@ namespace mailhost {
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string isoDate(double sinceReference) {
-    if (sinceReference == 0)
-        return {};
-    const auto t = static_cast<std::time_t>(platform::Date{sinceReference}.unixSeconds());
-    std::tm tm{};
-    gmtime_r(&t, &tm);
-    char buf[32];
-    std::strftime(buf, sizeof buf, "%Y-%m-%dT%H:%M:%SZ", &tm);
-    return buf;
-}
-
-std::unique_ptr<Library> openLibrary(const LibraryCommands::Context& c) {
-    auto library = Library::open(c.library, false);
-    if (!library) {
-        c.err << "lumetta: " << library.error().message << "\n";
-        return nullptr;
-    }
-    return std::move(library.value());
-}
-
-void writeMessage(Json& json, const LibraryMessage& m) {
-    const Envelope& e = m.envelope();
-    json.beginObject()
-        .key("id")
-        .value(e.rowid)
-        .key("mailbox")
-        .value(m.mailboxName())
-        .key("path")
-        .value(m.path().string())
-        .key("subject")
-        .value(e.subject)
-        .key("from")
-        .value(e.sender)
-        .key("to")
-        .value(e.recipients)
-        .key("date")
-        .value(isoDate(e.dateSent != 0 ? e.dateSent : e.dateReceived))
-        .key("flags")
-        .value(static_cast<std::uint64_t>(m.flags()))
-        .endObject();
-}
 
 std::optional<std::int64_t> parseId(const std::string& text) {
     std::int64_t id = 0;
@@ -94,6 +53,15 @@ std::uint64_t flagWord(const ImportedMessage& m) {
 }
 
 } // namespace
+
+std::unique_ptr<Library> LibraryCommands::openLibrary(const Context& c) {
+    auto library = Library::open(c.library, false);
+    if (!library) {
+        c.err << "lumetta: " << library.error().message << "\n";
+        return nullptr;
+    }
+    return std::move(library.value());
+}
 
 fs::path LibraryCommands::defaultLibraryPath() {
     if (const char* env = std::getenv("LUMETTA_LIBRARY"); env && *env)
@@ -155,22 +123,11 @@ int LibraryCommands::list(const Context& c, const std::string& mailbox) {
         for (const auto& box : library->mailboxes())
             names.push_back(box.name);
     }
-    Json json;
-    json.beginArray();
-    for (const auto& name : names) {
-        for (const auto& m : library->messagesInMailbox(name)) {
-            const auto& stored = static_cast<const LibraryMessage&>(*m);
-            if (c.json) {
-                writeMessage(json, stored);
-            } else {
-                const Envelope& e = stored.envelope();
-                c.out << e.rowid << "\t" << name << "\t" << isoDate(e.dateSent) << "\t" << e.sender << "\t"
-                      << e.subject << "\n";
-            }
-        }
-    }
-    if (c.json)
-        c.out << json.endArray().str() << "\n";
+    MessageList messages;
+    for (const auto& name : names)
+        for (auto& m : library->messagesInMailbox(name))
+            messages.push_back(std::move(m));
+    MessageListing::print(c, messages);
     return 0;
 }
 
@@ -205,7 +162,7 @@ int LibraryCommands::show(const Context& c, const std::string& idOrPath, bool bo
     if (c.json) {
         Json json;
         if (auto* stored = dynamic_cast<LibraryMessage*>(message.get())) {
-            writeMessage(json, *stored);
+            MessageListing::writeJson(json, *stored);
         } else {
             const MessageHeaders* h = message->headers();
             json.beginObject().key("path").value(static_cast<RecoveredMessage&>(*message).path().string());
@@ -378,7 +335,7 @@ int LibraryCommands::copy(const Context& c, const std::vector<std::string>& ids,
     for (const auto& [source, copy] : *copies) {
         const auto& stored = static_cast<const LibraryMessage&>(*copy);
         if (c.json)
-            writeMessage(json, stored);
+            MessageListing::writeJson(json, stored);
         else
             c.out << "copied " << source->messageID() << " to " << mailbox << " as " << stored.libraryID()
                   << "\n";
@@ -426,7 +383,7 @@ int LibraryCommands::stripAttachments(const Context& c, const std::string& text)
     }
     if (c.json) {
         Json json;
-        writeMessage(json, *stored);
+        MessageListing::writeJson(json, *stored);
         c.out << json.str() << "\n";
     } else {
         c.out << "removed the attachments of " << text << "; the message is now " << stored->libraryID()

@@ -22,6 +22,9 @@ public:
         std::ostream& err;
     };
 
+    // The library of the command line, or nullptr after saying why on `c.err`.
+    static std::unique_ptr<Library> openLibrary(const Context& c);
+
     // $LUMETTA_LIBRARY, else $XDG_DATA_HOME/lumetta-mail/Mail.
     static std::filesystem::path defaultLibraryPath();
 

@@ -1,6 +1,7 @@
 #include "mailhost/cli/TagCommands.h"
 
 #include "mailhost/cli/Json.h"
+#include "mailhost/cli/MessageListing.h"
 #include "mailhost/mail/Library.h"
 #include "mailhost/mail/LibraryMessage.h"
 #include "mailhost/mail/RecoveredMessage.h"
@@ -98,19 +99,9 @@ std::optional<Dictionary> fileKeysOf(const Target& t) {
     return keys ? *keys : std::nullopt;
 }
 
-std::string isoDate(const platform::Date& date) {
-    const auto t = static_cast<std::time_t>(std::floor(date.unixSeconds()));
-    std::tm tm{};
-    if (!gmtime_r(&t, &tm))
-        return {};
-    char buf[40];
-    std::strftime(buf, sizeof buf, "%Y-%m-%dT%H:%M:%SZ", &tm);
-    return buf;
-}
-
 std::string plainValue(const Value& v) {
     if (const platform::Date* date = v.date())
-        return isoDate(*date);
+        return MessageListing::isoDate(date->seconds);
     if (v.isBoolean())
         return v.boolValue() ? "true" : "false";
     if (v.isArray() || v.isSet()) {
@@ -147,7 +138,7 @@ void writeValue(Json& json, const Value& v) {
             json.value(v.stringValue());
         break;
     case Value::Type::Date:
-        json.value(isoDate(*v.date()));
+        json.value(MessageListing::isoDate(v.date()->seconds));
         break;
     case Value::Type::Array:
     case Value::Type::Set:
