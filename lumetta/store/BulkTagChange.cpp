@@ -2,6 +2,9 @@
 
 #include "lumetta/store/MessageTags.h"
 #include "lumetta/store/TagRecord.h"
+#include "platform/spotlight/MetadataStore.h"
+
+#include <optional>
 
 namespace lumetta {
 
@@ -35,8 +38,18 @@ void BulkTagChange::changed(const std::shared_ptr<mailhost::Message>& message) {
 void BulkTagChange::commit() {
     if (changed_.empty())
         return;
-    for (const auto& message : changed_)
-        MessageTags::lumettaSynchroniseWithSpotlight(*message);
+    {
+        // One index transaction for the whole selection instead of one per attribute.
+        // It ends before the files are written: the host's writer takes the index in
+        // its own turn, and must never wait for a transaction held here.
+        std::optional<platform::spotlight::MetadataStore::Transaction> batch;
+        if (auto* store = platform::spotlight::MetadataStore::current())
+            batch.emplace(*store);
+        for (const auto& message : changed_)
+            MessageTags::lumettaSynchroniseWithSpotlight(*message);
+        if (batch)
+            (void)batch->commit();
+    }
     mailhost::Library::flagsChangedForMessages(changed_);
     mailhost::Library::updateMessageFiles(nullptr);
     changed_.clear();
