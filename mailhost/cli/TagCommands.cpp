@@ -2,6 +2,7 @@
 
 #include "mailhost/cli/Json.h"
 #include "mailhost/cli/MessageListing.h"
+#include "mailhost/cli/ValueOutput.h"
 #include "mailhost/mail/Library.h"
 #include "mailhost/mail/LibraryMessage.h"
 #include "mailhost/mail/RecoveredMessage.h"
@@ -99,73 +100,10 @@ std::optional<Dictionary> fileKeysOf(const Target& t) {
     return keys ? *keys : std::nullopt;
 }
 
-std::string plainValue(const Value& v) {
-    if (const platform::Date* date = v.date())
-        return MessageListing::isoDate(date->seconds);
-    if (v.isBoolean())
-        return v.boolValue() ? "true" : "false";
-    if (v.isArray() || v.isSet()) {
-        const auto& items = v.isArray() ? v.array()->items() : v.set()->items();
-        std::string out;
-        for (const Value& item : items)
-            out += (out.empty() ? "" : ", ") + plainValue(item);
-        return out;
-    }
-    if (v.isString() || v.isNumber())
-        return v.stringValue();
-    return v.description();
-}
-
-void writeValue(Json& json, const Value& v) {
-    switch (v.type()) {
-    case Value::Type::Boolean:
-        json.value(v.boolValue());
-        break;
-    case Value::Type::Integer:
-        if (v.isUnsignedBig())
-            json.value(v.unsignedValue());
-        else
-            json.value(v.integerValue());
-        break;
-    case Value::Type::Real:
-        // The listing writer knows integers only: a whole real is written as one,
-        // any other keeps its digits as text rather than losing them.
-        if (const double d = v.doubleValue();
-            std::trunc(d) == d &&
-            std::fabs(d) < static_cast<double>(std::numeric_limits<std::int64_t>::max()))
-            json.value(static_cast<std::int64_t>(d));
-        else
-            json.value(v.stringValue());
-        break;
-    case Value::Type::Date:
-        json.value(MessageListing::isoDate(v.date()->seconds));
-        break;
-    case Value::Type::Array:
-    case Value::Type::Set:
-        json.beginArray();
-        for (const Value& item : v.isArray() ? v.array()->items() : v.set()->items())
-            writeValue(json, item);
-        json.endArray();
-        break;
-    case Value::Type::Dictionary:
-        json.beginObject();
-        for (const auto& [key, item] : v.dictionary()->entries())
-            writeValue(json.key(key), item);
-        json.endObject();
-        break;
-    case Value::Type::String:
-        json.value(*v.string());
-        break;
-    default:
-        json.value(v.description());
-        break;
-    }
-}
-
 void writeTags(Json& json, const Dictionary& tags) {
     json.beginObject();
     for (const auto& [key, value] : tags.entries())
-        writeValue(json.key(key), value);
+        ValueOutput::writeJson(json.key(key), value);
     json.endObject();
 }
 
@@ -174,17 +112,17 @@ void printTags(std::ostream& out, const Target& t, const Dictionary& record, con
     if (record.empty())
         out << "  (no tags)\n";
     for (const auto& [key, value] : record.entries())
-        out << "  " << key << " = " << plainValue(value) << "\n";
+        out << "  " << key << " = " << ValueOutput::plain(value) << "\n";
     // The record is what the client shows; the file is what survives a restart or
     // a rebuild. Where they part, say how the file differs.
     for (const auto& [key, value] : record.entries())
         if (!file.contains(key))
             out << "  note: the file does not hold " << key << "\n";
         else if (!file.get(key).isEqual(value))
-            out << "  note: the file holds " << key << " = " << plainValue(file.get(key)) << "\n";
+            out << "  note: the file holds " << key << " = " << ValueOutput::plain(file.get(key)) << "\n";
     for (const auto& [key, value] : file.entries())
         if (!record.contains(key))
-            out << "  note: the file holds " << key << " = " << plainValue(value) << "\n";
+            out << "  note: the file holds " << key << " = " << ValueOutput::plain(value) << "\n";
 }
 
 std::optional<int> digits(std::string_view text, std::size_t pos, std::size_t count) {

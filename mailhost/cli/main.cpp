@@ -3,6 +3,7 @@
 #include "mailhost/cli/BuildReport.h"
 #include "mailhost/cli/DefaultsCommand.h"
 #include "mailhost/cli/LibraryCommands.h"
+#include "mailhost/cli/MetadataCommands.h"
 #include "mailhost/cli/TagCommands.h"
 #include "platform/foundation/HeadlessRunLoop.h"
 #include "platform/foundation/UserDefaults.h"
@@ -77,6 +78,19 @@ int main(int argc, char** argv) {
     how->add_flag("--unread", markUnread);
     how->add_flag("--flagged", markFlagged);
     how->add_flag("--unflagged", markUnflagged);
+
+    std::string query;
+    bool countOnly = false;
+    auto* mdfind = app.add_subcommand("mdfind", "Find messages with a metadata query");
+    mdfind->add_option("query", query, "e.g. 'kMDItemKeywords == \"Work\"cd && kMDItemStarRating > 2'")
+        ->required();
+    mdfind->add_flag("--count", countOnly, "Print only how many messages match");
+    mdfind->add_flag("--json", json, "Print the messages as JSON");
+    std::string mdTarget;
+    auto* mdls = app.add_subcommand("mdls", "Show the metadata attributes of a message's file");
+    mdls->add_option("message", mdTarget, "Message number or .emlx path")->required();
+    mdls->add_flag("--json", json, "Print the attributes as JSON");
+    auto* reindex = app.add_subcommand("reindex", "Rebuild the metadata index from the message files");
 
     auto* defaults = app.add_subcommand("defaults", "Read and change the mail client's settings");
     defaults->require_subcommand(1);
@@ -159,6 +173,12 @@ int main(int argc, char** argv) {
     } else if (*mark) {
         const char* state = markRead ? "read" : markUnread ? "unread" : markFlagged ? "flagged" : "unflagged";
         status = mailhost::LibraryCommands::mark(context, ids, state);
+    } else if (*mdfind) {
+        status = mailhost::MetadataCommands::mdfind(context, query, countOnly);
+    } else if (*mdls) {
+        status = mailhost::MetadataCommands::mdls(context, mdTarget);
+    } else if (*reindex) {
+        status = mailhost::MetadataCommands::reindex(context);
     } else if (*tShow) {
         status = mailhost::TagCommands::show(context, tagTargets);
     } else if (*tSet) {

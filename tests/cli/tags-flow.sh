@@ -4,16 +4,7 @@
 # the message itself is never touched, and wrong input changes nothing.
 set -euo pipefail
 lumetta="$1" sample="$2" bundles="${3:-}"
-home=$(mktemp -d)
-trap 'rm -rf "$home"' EXIT
-export XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" HOME="$home"
-export LUMETTA_LIBRARY="$home/Mail" TZ=UTC
-# The bundle comes from the build tree, as the binary finds it on its own; naming
-# the folder as well keeps the test honest when run against another build.
-if [ -n "$bundles" ]; then export LUMETTA_BUNDLE_PATH="$bundles"; fi
-fail() { echo "FAILED: $*"; exit 1; }
-# The exit status of a command, its output in $home/out and $home/err.
-status() { "$@" >"$home/out" 2>"$home/err" && echo 0 || echo $?; }
+. "$(dirname "$0")/session.sh" "$bundles"
 
 "$sample" "$home/sample" >/dev/null
 "$lumetta" init >/dev/null 2>&1 || fail "init"
