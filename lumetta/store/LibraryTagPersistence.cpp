@@ -209,18 +209,17 @@ std::string LibraryTagPersistence::lumettaPlistDataForMessage(Class* cls, Sel se
 bool LibraryTagPersistence::lumettaWriteEmlxFileWithBody(Class* cls, Sel selector, std::string path,
                                                          Message* message, std::string_view body,
                                                          std::string plistData) {
-    // What the index and a linked to-do learn after the write: the property list
-    // being written for messages the host builds in memory, the file as it stood
-    // for stored ones.
+    // What the index and a linked to-do learn after the write: the property list being
+    // written. For a stored message this is also what its file holds once the write is
+    // done; reading the file here instead would see the tags as they were before this
+    // very change (the library writes a batch's files only after every message of it
+    // has passed through here) and put the index one change behind the files.
     Dictionary chosen;
-    if (message &&
-        (message->isKindOfClass(mailhost::OutgoingMessage::kClassName) ||
-         message->isKindOfClass("POPMessage") || message->isKindOfClass("IMAPMessage") || isLoose(message))) {
+    if (message && (message->isKindOfClass(mailhost::OutgoingMessage::kClassName) ||
+                    message->isKindOfClass("POPMessage") || message->isKindOfClass("IMAPMessage") ||
+                    isLoose(message) || isStored(message))) {
         if (auto parsed = platform::PropertyList::parse(plistData); parsed && parsed.value().isDictionary())
             chosen = *parsed.value().dictionary();
-    } else if (isStored(message)) {
-        if (auto plist = metaDataDictionary(path, message))
-            chosen = *plist;
     }
     const bool written = savedWriteWithBody(cls, selector, path, message, body, std::move(plistData));
     if (chosen.contains(TagKeys::kICalUID))
