@@ -523,4 +523,24 @@ std::size_t MetadataStore::itemCount() const {
     return static_cast<std::size_t>(s.value()->columnInt(0));
 }
 
+Result<std::vector<std::string>> MetadataStore::itemPaths() const {
+    std::vector<std::string> paths;
+    auto r = inTransaction(false, [&]() -> Result<void> {
+        auto s = statements_->get("SELECT path FROM items ORDER BY path");
+        if (!s)
+            return s.error();
+        for (;;) {
+            auto row = s.value()->step();
+            if (!row)
+                return row.error();
+            if (!row.value())
+                return {};
+            paths.push_back(s.value()->columnText(0));
+        }
+    });
+    if (!r)
+        return r.error();
+    return paths;
+}
+
 } // namespace platform::spotlight

@@ -69,6 +69,8 @@ public:
     [[nodiscard]] Result<void> replaceHostAttributes(std::string_view path, const Dictionary& values,
                                                      const std::vector<std::string>& hostNames);
     std::size_t itemCount() const;
+    // The path of every item, sorted.
+    [[nodiscard]] Result<std::vector<std::string>> itemPaths() const;
 
     // Runs `body` in one transaction, committed when it succeeds and rolled back when it
     // fails, so that indexing a whole mailbox costs one commit. Batches nest. Other threads
