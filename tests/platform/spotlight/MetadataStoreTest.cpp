@@ -195,6 +195,29 @@ TEST_F(MetadataStoreTest, BatchesAreAtomic) {
     EXPECT_TRUE(store->setAttribute("/c", "n", 3).ok());
 }
 
+// A transaction held across calls (an import) lands on commit and vanishes when
+// dropped; items it made and took back are not remembered by the next one.
+TEST_F(MetadataStoreTest, TransactionsAcrossCalls) {
+    {
+        MetadataStore::Transaction dropped(*store);
+        ASSERT_TRUE(store->setAttribute("/t/1", "n", 1).ok());
+        EXPECT_TRUE(store->hasItem("/t/1"));
+    }
+    EXPECT_FALSE(store->hasItem("/t/1"));
+    {
+        MetadataStore::Transaction kept(*store);
+        ASSERT_TRUE(store->setAttribute("/t/1", "n", 1).ok());
+        ASSERT_TRUE(store->setAttribute("/t/1", "n", 1).ok()); // the same again changes nothing
+        ASSERT_TRUE(store->setAttribute("/t/2", "n", 2).ok());
+        ASSERT_TRUE(kept.commit().ok());
+    }
+    EXPECT_EQ(store->attribute("/t/1", "n"), Value(1));
+    EXPECT_EQ(store->attribute("/t/2", "n"), Value(2));
+    auto paths = store->itemPaths();
+    ASSERT_TRUE(paths.ok());
+    EXPECT_EQ(paths.value(), (std::vector<std::string>{"/t/1", "/t/2"}));
+}
+
 TEST_F(MetadataStoreTest, OpeningInAMissingFolderIsAnError) {
     auto opened = MetadataStore::open(folder.path() / "missing");
     ASSERT_FALSE(opened.ok());
