@@ -1,6 +1,7 @@
 #include "mailhost/HostClasses.h"
 
 #include "mailhost/bundle/MVMailBundle.h"
+#include "mailhost/criteria/MessageCriterion.h"
 #include "mailhost/mail/Library.h"
 #include "mailhost/mail/LibraryMessage.h"
 #include "mailhost/mail/LibraryStore.h"
@@ -24,6 +25,7 @@ void registerHostClasses() {
     MailAccount::registerClass();
     MessageStore::registerClass();
     Matador::registerClass();
+    MessageRuleCriterion::registerClass(); // with MessageCriterion
 }
 
 } // namespace mailhost
