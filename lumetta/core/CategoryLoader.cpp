@@ -2,6 +2,8 @@
 
 #include "lumetta/core/AttachedStateCategories.h"
 #include "lumetta/core/LumettaBundle.h"
+#include "lumetta/criteria/LibraryCriterionFixing.h"
+#include "lumetta/criteria/MessageCriterionCategory.h"
 #include "lumetta/store/LibraryMessageTagAccess.h"
 #include "lumetta/store/LibraryStoreTagCarryOver.h"
 #include "lumetta/store/LibraryTagPersistence.h"
@@ -22,6 +24,8 @@ void loadCategories() {
     // rules, viewer and panel categories join this list as they arrive.
     LibraryTagPersistence::load();
     SpotlightSync::load();
+    LibraryCriterionFixing::load();
+    MessageCriterionCategory::load();
     MessageContentControllerCategory::load();
     CriteriaUIHelperCategory::load();
     MessageTilingViewCategory::load();
