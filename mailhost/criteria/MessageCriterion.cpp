@@ -1,5 +1,6 @@
 #include "mailhost/criteria/MessageCriterion.h"
 
+#include "mailhost/criteria/CriterionFixing.h"
 #include "mailhost/criteria/HostCriteria.h"
 #include "platform/foundation/Array.h"
 #include "platform/foundation/Value.h"
@@ -64,6 +65,9 @@ Class& MessageCriterion::registerClass() {
     s.isValid = new Seam<bool(Object*, std::string*)>(cls, "isValid:", &hostIsValid);
     s.dealloc = new Seam<void(Object*)>(cls, "dealloc", &hostDealloc);
     cls.setFactory([](Class* c) { return std::make_unique<MessageCriterion>(c); });
+    // Criteria come with the step that prepares them for a search, so that a bundle
+    // replacing it finds it wherever the host defined its criteria.
+    CriterionFixing::registerClass();
     return cls;
 }
 

@@ -53,6 +53,7 @@ public:
     //   instance containsBodyCriterion          bool(Object*, Sel)
     //   instance isValid:                       bool(Object*, Sel, std::string* why)
     //   instance dealloc                        void(Object*, Sel)
+    // and, on "Library", the class method fixCriterion: (see CriterionFixing).
     static Class& registerClass();
 
     // A new, empty criterion made through the class's factory (a posing class supplies it).
