@@ -1,6 +1,7 @@
 #include "mailhost/HostClasses.h"
 #include "mailhost/bundle/BundleLoader.h"
 #include "mailhost/cli/BuildReport.h"
+#include "mailhost/cli/CriteriaCommandLine.h"
 #include "mailhost/cli/DefaultsCommand.h"
 #include "mailhost/cli/LibraryCommands.h"
 #include "mailhost/cli/MetadataCommands.h"
@@ -128,6 +129,7 @@ int main(int argc, char** argv) {
     auto* tRemove = tags->add_subcommand("remove", "Remove one tag of a message");
     tRemove->add_option("message", tagId, "Message number")->required();
     tRemove->add_option("key", tagKey, "Tag key, beginning with \"lumetta\"")->required();
+    mailhost::CriteriaCommandLine criteria(app, json);
 
     try {
         // "-int" and friends are values here, not options.
@@ -187,6 +189,8 @@ int main(int argc, char** argv) {
         status = mailhost::TagCommands::set(context, tagId, tagKey, tagValue, type);
     } else if (*tRemove) {
         status = mailhost::TagCommands::remove(context, tagId, tagKey);
+    } else if (criteria.chosen()) {
+        status = criteria.run(context);
     } else if (*dRead) {
         status = mailhost::DefaultsCommand::read(standard, key, std::cout, std::cerr);
     } else if (*dWrite) {
