@@ -238,7 +238,8 @@ Result<CriterionSyntax::Reading> CriterionSyntax::read(std::string_view text) {
         if (s.name == field.name)
             return readText(s, field.identifier, field.name);
     bool named = false;
-    std::string ops;
+    std::vector<std::string> ops;
+    std::optional<std::string> wrongValue;
     for (const Form& form : kForms) {
         if (s.name != form.name)
             continue;
@@ -248,26 +249,31 @@ Result<CriterionSyntax::Reading> CriterionSyntax::read(std::string_view text) {
                 return unreadable(quoted + ": " + form.name + " stands alone, without a value");
             return Reading{form.identifier, form.qualifier, std::string(form.expression)};
         }
-        if (ops.find(std::string(" ") + form.op + " ") == std::string::npos)
-            ops += std::string(" ") + form.op + " ";
+        if (std::find(ops.begin(), ops.end(), form.op) == ops.end())
+            ops.push_back(form.op);
         if (s.op != form.op)
             continue;
         if (form.kind == Kind::Word) {
             if (lower(s.value) == form.word)
                 return Reading{form.identifier, form.qualifier, std::string(form.expression)};
-            continue;
+        } else if (fits(form.kind, s.value)) {
+            return Reading{form.identifier, form.qualifier, s.value};
+        } else if (!wrongValue) {
+            wrongValue = needs(form);
         }
-        if (!fits(form.kind, s.value))
-            return unreadable(quoted + ": " + needs(form));
-        return Reading{form.identifier, form.qualifier, s.value};
     }
     if (!named)
         return unreadable("unknown criterion " + quoted + " (known: " + knownNames() + ")");
-    if (s.name == "todo")
+    if (s.name == "todo" && s.op == "=")
         return unreadable(quoted + ": todo is linked, unlinked, completed or open");
     if (s.name == "due" && s.op == "=")
         return unreadable(quoted + ": due is past, none, any or a number of days");
-    return unreadable(quoted + ": " + s.name + " takes" + ops);
+    if (wrongValue)
+        return unreadable(quoted + ": " + *wrongValue);
+    std::string takes;
+    for (std::size_t i = 0; i < ops.size(); ++i)
+        takes += (i == 0 ? " " : i + 1 == ops.size() ? " or " : ", ") + ops[i];
+    return unreadable(quoted + ": " + s.name + " takes" + takes);
 }
 
 Result<std::shared_ptr<MessageCriterion>> CriterionSyntax::criterion(std::string_view text) {

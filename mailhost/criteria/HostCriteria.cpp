@@ -65,12 +65,18 @@ bool isFieldName(const std::string& name) {
 }
 
 // What an address field offers: the field as shown and, for every person, the address,
-// the name and the two together.
-std::vector<std::string> people(const MessageHeaders& headers, std::initializer_list<const char*> fields) {
+// the name and the two together. Each of those is part of the field as shown, so
+// "contains" needs only that, and the addresses are split only for the other qualifiers.
+std::vector<std::string> people(const MessageHeaders& headers, std::initializer_list<const char*> fields,
+                                int qualifier) {
     std::vector<std::string> out;
+    const bool whole =
+        qualifier == MessageCriterion::kContains || qualifier == MessageCriterion::kDoesNotContain;
     for (const char* field : fields) {
         for (const std::string& shown : headers.headersForKey(field))
             out.push_back(shown);
+        if (whole)
+            continue;
         for (const auto& person : headers.people(field)) {
             out.push_back(person.address);
             if (!person.name.empty()) {
@@ -92,13 +98,13 @@ std::vector<std::string> textOf(const MessageCriterion& c, const Message& messag
         return {};
     switch (c.criterionType()) {
     case HostCriteria::kFrom:
-        return people(*headers, {"From"});
+        return people(*headers, {"From"}, c.qualifier());
     case HostCriteria::kTo:
-        return people(*headers, {"To"});
+        return people(*headers, {"To"}, c.qualifier());
     case HostCriteria::kCc:
-        return people(*headers, {"Cc"});
+        return people(*headers, {"Cc"}, c.qualifier());
     case HostCriteria::kAnyRecipient:
-        return people(*headers, {"To", "Cc", "Bcc"});
+        return people(*headers, {"To", "Cc", "Bcc"}, c.qualifier());
     case HostCriteria::kSubject:
         return headers->headersForKey("Subject").empty() ? std::vector<std::string>{}
                                                          : std::vector<std::string>{headers->subject()};
