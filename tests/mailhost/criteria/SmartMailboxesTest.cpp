@@ -119,6 +119,7 @@ TEST_F(SmartMailboxesTest, IndexAndMemoryPartsCombine) {
     EXPECT_EQ(listed(SmartMailboxQuery(compoundOf(true, {}))), (List{3, 4, 1, 2}));
     EXPECT_EQ(listed(SmartMailboxQuery(compoundOf(false, {}))), (List{}));
     EXPECT_EQ(listed(SmartMailboxQuery(body)), (List{4, 1}));
+    EXPECT_EQ(listed(SmartMailboxQuery(body), "INBOX"), (List{1}));
 }
 
 // A bundle's translation merges its criteria into one query part and removes the rest;
@@ -193,7 +194,7 @@ TEST_F(SmartMailboxesTest, StorageRoundTrips) {
 TEST_F(SmartMailboxesTest, DamagedFilesAreReportedNotReplaced) {
     const fs::path file = folder_.path() / SmartMailboxes::kFileName;
     for (const std::string& damaged : {std::string("<?xml version=\"1.0\"?><plist><dict><key>A</key>"),
-                                      std::string("<plist version=\"1.0\"><array/></plist>")}) {
+                                       std::string("<plist version=\"1.0\"><array/></plist>")}) {
         testsupport::writeBytes(file, damaged);
         auto store = SmartMailboxes::load(folder_.path());
         ASSERT_FALSE(store.ok());
