@@ -1,0 +1,19 @@
+#pragma once
+
+#include "calendarapp/app/PropertyReader.h"
+#include "calendarapp/app/PropertyWriter.h"
+#include "calendarapp/app/SpecifierResolver.h"
+#include "calendarapp/store/ToDoStore.h"
+
+namespace calendarapp {
+
+// What every event handler works with: the store and the three ways of looking at it.
+// The application owns them; handlers borrow them for as long as they serve.
+struct ScriptingContext {
+    ToDoStore& store;
+    const PropertyReader& reader;
+    const SpecifierResolver& resolver;
+    PropertyWriter& writer;
+};
+
+} // namespace calendarapp
