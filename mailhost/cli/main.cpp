@@ -1,6 +1,7 @@
 #include "mailhost/HostClasses.h"
 #include "mailhost/bundle/BundleLoader.h"
 #include "mailhost/cli/BuildReport.h"
+#include "mailhost/cli/CalendarCommand.h"
 #include "mailhost/cli/CriteriaCommandLine.h"
 #include "mailhost/cli/DefaultsCommand.h"
 #include "mailhost/cli/LibraryCommands.h"
@@ -130,6 +131,7 @@ int main(int argc, char** argv) {
     tRemove->add_option("message", tagId, "Message number")->required();
     tRemove->add_option("key", tagKey, "Tag key, beginning with \"lumetta\"")->required();
     mailhost::CriteriaCommandLine criteria(app, json);
+    mailhost::CalendarCommand calendar(app);
 
     try {
         // "-int" and friends are values here, not options.
@@ -191,6 +193,8 @@ int main(int argc, char** argv) {
         status = mailhost::TagCommands::remove(context, tagId, tagKey);
     } else if (criteria.chosen()) {
         status = criteria.run(context);
+    } else if (calendar.chosen()) {
+        status = calendar.run(std::cout, std::cerr);
     } else if (*dRead) {
         status = mailhost::DefaultsCommand::read(standard, key, std::cout, std::cerr);
     } else if (*dWrite) {
