@@ -111,7 +111,7 @@ TEST_F(RoundTrip, SetsEachProperty) {
         {pSummary, roman("Pay the invoice"), true, "SUMMARY:Pay the invoice\r\n", nullptr,
          roman("Pay the invoice")},
         {pNotes, roman("Ärger"), true, "DESCRIPTION:Ärger\r\n", "Line one", roman("Ärger")},
-        {pUrl, roman("message:///Messages/12%20a.emlx"), false, "URL:message:///Messages/12%20a.emlx\r\n",
+        {pUrl, roman("message:///Messages/12%20a.emlx"), true, "URL:message:///Messages/12%20a.emlx\r\n",
          "4711", roman("message:///Messages/12%20a.emlx")},
         {pDueDate, ldt(kDue + 86400), false, "DUE:20300302T110000Z\r\n", "DUE:20300301", ldt(kDue + 86400)},
         {pCompletionDate, ldt(kCompleted + 60), false, "COMPLETED:20240305T093100Z\r\n", nullptr,
