@@ -33,15 +33,54 @@ constexpr const char* kDueDate = "kMDItemDueDate";
 // and people comparing traces rely on the lines staying as they were.
 const std::vector<std::string> kTracedAttributes = {kProjects, kStarRating, "kMDItemDuedate", kComment};
 
-void removeTag(const char* name, const md::MDItemRef& item, const std::string& path) {
-    SpotlightSync::lumettaRemoveTag(nullptr, {}, name, item, path);
-}
+// Every attribute the mirror writes or removes.
+const std::vector<std::string> kMirrored = {kComment,
+                                            kLegacyProject,
+                                            kProjects,
+                                            kKeywords,
+                                            kStarRating,
+                                            TagKeys::kICalUID,
+                                            TagKeys::kICalCompletionDate,
+                                            kDueDate};
 
-void write(const std::string& path, const char* name, const Value& value) {
+// The file's item with its mirrored attributes as they stand, read once: most syncs
+// restate what the index already holds, and then neither a write nor a removal is due.
+class Mirror {
+public:
+    Mirror(md::MDItemRef item, std::string path)
+        : item_(std::move(item)), path_(std::move(path)),
+          before_(md::MDItemCopyAttributeList(item_, kMirrored)) {}
+
+    const md::MDItemRef& item() const { return item_; }
+    const std::string& path() const { return path_; }
+
     // What the writer answers is not looked at: a failed write leaves the attribute as
     // it was, and the next tag change or file write tries again.
-    (void)mailhost::Matador::sharedInstance().setAttributeForFileAtPath(path, name, value);
-}
+    void write(const char* name, const Value& value) {
+        if (current(name) != value)
+            (void)mailhost::Matador::sharedInstance().setAttributeForFileAtPath(path_, name, value);
+    }
+    // Clearing what is not there says and does nothing.
+    void clear(const char* name) {
+        if (current(name).isNull())
+            return;
+        debugLog(0, "Clearing %@ in Spotlight for MessageFile %@", {name, path_});
+        (void)md::MDItemRemoveAttribute(item_, name);
+    }
+    bool has(const char* name) const { return !current(name).isNull(); }
+
+private:
+    Value current(const char* name) const {
+        for (std::size_t i = 0; i < kMirrored.size(); ++i)
+            if (kMirrored[i] == name)
+                return before_.at(i);
+        return md::MDItemCopyAttribute(item_, name);
+    }
+
+    md::MDItemRef item_;
+    std::string path_;
+    Array before_;
+};
 
 bool isStoredOrLoose(const mailhost::Message* message) {
     return message && (message->isKindOfClass(mailhost::LibraryMessage::kClassName) ||
@@ -66,22 +105,22 @@ md::MDItemRef findItem(mailhost::Message* message, std::string& path) {
     return {};
 }
 
-void syncProject(const Value& project, const md::MDItemRef& item, const std::string& path) {
+void syncProject(const Value& project, Mirror& mirror) {
     if (project.isNull()) {
-        removeTag(kProjects, item, path);
+        mirror.clear(kProjects);
     } else if (const std::string* title = project.string()) {
         if (*title == TagKeys::kNoProject) {
-            removeTag(kProjects, item, path);
+            mirror.clear(kProjects);
         } else {
-            debugLog(0, "Writing Project \"%@\" to Spotlight for MessageFile %@", {project, path});
-            write(path, kProjects, Array{project});
+            debugLog(0, "Writing Project \"%@\" to Spotlight for MessageFile %@", {project, mirror.path()});
+            mirror.write(kProjects, Array{project});
         }
     } else if (const Array* titles = project.array()) {
         if (titles->empty() || titles->first() == Value(std::string(TagKeys::kNoProject))) {
-            removeTag(kProjects, item, path);
+            mirror.clear(kProjects);
         } else {
-            debugLog(0, "Writing Project \"%@\" to Spotlight for MessageFile %@", {project, path});
-            write(path, kProjects, project);
+            debugLog(0, "Writing Project \"%@\" to Spotlight for MessageFile %@", {project, mirror.path()});
+            mirror.write(kProjects, project);
         }
     }
     // Any other kind of value is no project anyone set through the plug-in: left alone.
@@ -89,36 +128,35 @@ void syncProject(const Value& project, const md::MDItemRef& item, const std::str
 
 // A present or absent key mirrored one to one.
 void syncPresence(const Dictionary& tags, const char* key, const char* attribute, std::string_view line,
-                  const md::MDItemRef& item, const std::string& path) {
+                  Mirror& mirror) {
     const Value value = tags.get(key);
     if (value.isNull()) {
-        removeTag(attribute, item, path);
+        mirror.clear(attribute);
         return;
     }
-    debugLog(0, line, {value, path});
-    write(path, attribute, value);
+    debugLog(0, line, {value, mirror.path()});
+    mirror.write(attribute, value);
 }
 
 // The due date is written only when there is one to write and the state does not say
 // "off"; an absent state does not clear it, so that a dictionary holding only the date
 // (an older file) still shows it.
-void syncDueDate(const Dictionary& tags, mailhost::Message* message, const md::MDItemRef& item,
-                 const std::string& path) {
+void syncDueDate(const Dictionary& tags, mailhost::Message* message, Mirror& mirror) {
     const Value state = tags.get(TagKeys::kDueDateState);
     Value date = tags.get(TagKeys::kDueDate);
     if (!state.isNull() && state.integerValue() == 0) {
-        removeTag(kDueDate, item, path);
+        mirror.clear(kDueDate);
         return;
     }
     if (!state.isNull() && date.isNull()) {
-        if (auto file =
-                LibraryTagPersistence::lumettaMetaDataDictionaryFromEmlxFile(nullptr, {}, path, message))
+        if (auto file = LibraryTagPersistence::lumettaMetaDataDictionaryFromEmlxFile(nullptr, {},
+                                                                                     mirror.path(), message))
             date = file->get(TagKeys::kDueDate);
     }
     if (date.isNull())
         return;
-    debugLog(0, "Writing DueDate \"%@\" to Spotlight for MessageFile %@", {date, path});
-    write(path, kDueDate, date);
+    debugLog(0, "Writing DueDate \"%@\" to Spotlight for MessageFile %@", {date, mirror.path()});
+    mirror.write(kDueDate, date);
 }
 
 } // namespace
@@ -150,33 +188,34 @@ void SpotlightSync::lumettaUpdateSpotlightForDictionary(Class*, Sel, Dictionary 
         debugLog(1, "Data to Index from plist: %@", {tags});
     }
 
+    Mirror mirror(item, path);
     syncPresence(tags, TagKeys::kAnnotation, kComment,
-                 "Writing Comment \"%@\" to Spotlight for MessageFile %@", item, path);
-    if (!md::MDItemCopyAttribute(item, kLegacyProject).isNull())
+                 "Writing Comment \"%@\" to Spotlight for MessageFile %@", mirror);
+    if (mirror.has(kLegacyProject))
         (void)md::MDItemRemoveAttribute(item, kLegacyProject);
-    syncProject(tags.get(TagKeys::kProject), item, path);
+    syncProject(tags.get(TagKeys::kProject), mirror);
 
     const Value keywords = tags.get(TagKeys::kKeyWords);
     if (keywords.isArray() && !keywords.array()->empty()) {
         debugLog(0, "Writing keywords \"%@\" to Spotlight for MessageFile %@", {keywords, path});
-        write(path, kKeywords, keywords);
+        mirror.write(kKeywords, keywords);
     } else {
-        removeTag(kKeywords, item, path);
+        mirror.clear(kKeywords);
     }
 
     const Value priority = tags.get(TagKeys::kPriority);
     if (priority.integerValue() > 0) {
         debugLog(0, "Writing Priority \"%@\" in Spotlight for MessageFile %@", {priority, path});
-        write(path, kStarRating, priority);
+        mirror.write(kStarRating, priority);
     } else {
-        removeTag(kStarRating, item, path);
+        mirror.clear(kStarRating);
     }
 
     syncPresence(tags, TagKeys::kICalUID, TagKeys::kICalUID,
-                 "Writing lumettaICalUID \"%@\" in Spotlight for MessageFile %@", item, path);
+                 "Writing lumettaICalUID \"%@\" in Spotlight for MessageFile %@", mirror);
     syncPresence(tags, TagKeys::kICalCompletionDate, TagKeys::kICalCompletionDate,
-                 "Writing lumettaICalCompletionDate \"%@\" in Spotlight for MessageFile %@", item, path);
-    syncDueDate(tags, message, item, path);
+                 "Writing lumettaICalCompletionDate \"%@\" in Spotlight for MessageFile %@", mirror);
+    syncDueDate(tags, message, mirror);
 
     if (verbose) {
         if (const md::MDItemRef fresh = md::MDItemCreate(path))

@@ -28,8 +28,8 @@ bool MDItemRemoveAttribute(const MDItemRef& item, std::string_view name) {
 }
 
 Array MDItemCopyAttributeList(const MDItemRef& item, const std::vector<std::string>& names) {
-    // One read of the whole item, so that the values all come from the same moment.
-    const Dictionary all = item ? item.store()->attributes(item.path()) : Dictionary();
+    // One read of the attributes asked for, so that the values all come from the same moment.
+    const Dictionary all = item ? item.store()->attributes(item.path(), names) : Dictionary();
     Array values;
     for (const std::string& name : names)
         values.add(all.get(name));

@@ -432,6 +432,12 @@ Result<void> MetadataStore::readAttributes(std::int64_t item, std::string_view o
     statement.bind(1, item);
     if (!onlyName.empty())
         statement.bind(2, onlyName);
+    return readRows(statement, into);
+}
+
+// Rows of (name, position, kind, text, number) ordered by name and position, gathered
+// into one value per name.
+Result<void> MetadataStore::readRows(sqlite::Statement& statement, Dictionary& into) const {
     std::string name;
     std::vector<AttributeElement> elements;
     for (;;) {
@@ -498,6 +504,42 @@ Dictionary MetadataStore::attributes(std::string_view path) const {
     });
     if (!r)
         logReadError("the attributes of " + std::string(path), r.error());
+    return found;
+}
+
+Dictionary MetadataStore::attributes(std::string_view path, const std::vector<std::string>& names) const {
+    Dictionary found;
+    if (names.empty())
+        return found;
+    auto r = inTransaction(false, [&]() -> Result<void> {
+        auto item = findItem(path);
+        if (!item)
+            return item.error();
+        if (!item.value())
+            return {};
+        // One statement per count of names, prepared once: a tag mirror asks for the same
+        // eight names for every message.
+        std::string sql =
+            "SELECT name, position, kind, text, number FROM attributes WHERE item = ?1 AND name IN (";
+        for (std::size_t i = 0; i < names.size(); ++i)
+            sql += (i ? ", ?" : "?") + std::to_string(i + 2);
+        sql += ") ORDER BY name, position";
+        auto s = statements_->get(sql);
+        if (!s)
+            return s.error();
+        sqlite::Statement& statement = *s.value();
+        statement.bind(1, *item.value());
+        bool wantsText = false;
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            statement.bind(static_cast<int>(i + 2), std::string_view(names[i]));
+            wantsText = wantsText || names[i] == kMDItemTextContent;
+        }
+        if (auto read = readRows(statement, found); !read)
+            return read;
+        return wantsText ? readText(*item.value(), found) : Result<void>();
+    });
+    if (!r)
+        logReadError("attributes of " + std::string(path), r.error());
     return found;
 }
 

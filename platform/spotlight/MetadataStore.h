@@ -58,6 +58,8 @@ public:
     [[nodiscard]] Result<bool> removeAttribute(std::string_view path, std::string_view name);
     // Every attribute of the item, by name in alphabetical order, and its text last.
     Dictionary attributes(std::string_view path) const;
+    // Only the attributes named (the text too when named), read in one go.
+    Dictionary attributes(std::string_view path, const std::vector<std::string>& names) const;
     bool hasItem(std::string_view path) const;
     // True when the index knew the item.
     [[nodiscard]] Result<bool> removeItem(std::string_view path);
@@ -117,6 +119,7 @@ private:
     [[nodiscard]] Result<bool> deleteText(std::int64_t item);
     [[nodiscard]] Result<void> readAttributes(std::int64_t item, std::string_view onlyName,
                                               Dictionary& into) const;
+    [[nodiscard]] Result<void> readRows(sqlite::Statement& statement, Dictionary& into) const;
     [[nodiscard]] Result<void> readText(std::int64_t item, Dictionary& into) const;
 
     mutable std::recursive_mutex mutex_;
