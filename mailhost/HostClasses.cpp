@@ -11,6 +11,8 @@
 #include "mailhost/mail/MessageWriter.h"
 #include "mailhost/mail/OutgoingMessage.h"
 #include "mailhost/mail/RecoveredMessage.h"
+#include "mailhost/viewer/Menu.h"
+#include "mailhost/viewer/MessageViewer.h"
 
 namespace mailhost {
 
@@ -26,6 +28,9 @@ void registerHostClasses() {
     MessageStore::registerClass();
     Matador::registerClass();
     MessageRuleCriterion::registerClass(); // with MessageCriterion
+    MessageViewer::registerClass();        // with MessageContentController and TableViewManager
+    Menu::registerClass();
+    MenuItem::registerClass();
 }
 
 } // namespace mailhost
