@@ -11,6 +11,7 @@
 #include "lumetta/store/MessageWriterTagCarryOver.h"
 #include "lumetta/store/RecoveredMessageTagAccess.h"
 #include "lumetta/store/SpotlightSync.h"
+#include "lumetta/viewer/MessageViewerCategory.h"
 
 namespace lumetta {
 
@@ -36,6 +37,7 @@ void loadCategories() {
     RecoveredMessageTagAccess::load();
     LibraryStoreTagCarryOver::load();
     MessageWriterTagCarryOver::load();
+    MessageViewerCategory::load();
 }
 
 } // namespace lumetta
