@@ -4,6 +4,7 @@
 #include "lumetta/core/LumettaBundle.h"
 #include "lumetta/criteria/LibraryCriterionFixing.h"
 #include "lumetta/criteria/MessageCriterionCategory.h"
+#include "lumetta/prefs/LumettaPreferencesModule.h"
 #include "lumetta/store/LibraryMessageTagAccess.h"
 #include "lumetta/store/LibraryStoreTagCarryOver.h"
 #include "lumetta/store/LibraryTagPersistence.h"
@@ -38,6 +39,7 @@ void loadCategories() {
     LibraryStoreTagCarryOver::load();
     MessageWriterTagCarryOver::load();
     MessageViewerCategory::load();
+    LumettaPreferencesModule::load();
 }
 
 } // namespace lumetta
