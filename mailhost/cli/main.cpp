@@ -6,6 +6,8 @@
 #include "mailhost/cli/DefaultsCommand.h"
 #include "mailhost/cli/LibraryCommands.h"
 #include "mailhost/cli/MetadataCommands.h"
+#include "mailhost/cli/PreferenceCommandLine.h"
+#include "mailhost/cli/TagCommandLine.h"
 #include "mailhost/cli/TagCommands.h"
 #include "platform/foundation/HeadlessRunLoop.h"
 #include "platform/foundation/UserDefaults.h"
@@ -131,6 +133,8 @@ int main(int argc, char** argv) {
     tRemove->add_option("message", tagId, "Message number")->required();
     tRemove->add_option("key", tagKey, "Tag key, beginning with \"lumetta\"")->required();
     mailhost::CriteriaCommandLine criteria(app, json);
+    mailhost::TagCommandLine tagBulk(app);
+    mailhost::PreferenceCommandLine preferences(app, json);
     mailhost::CalendarCommand calendar(app);
 
     try {
@@ -193,6 +197,10 @@ int main(int argc, char** argv) {
         status = mailhost::TagCommands::remove(context, tagId, tagKey);
     } else if (criteria.chosen()) {
         status = criteria.run(context);
+    } else if (tagBulk.chosen()) {
+        status = tagBulk.run(context);
+    } else if (preferences.chosen()) {
+        status = preferences.run(context);
     } else if (calendar.chosen()) {
         status = calendar.run(std::cout, std::cerr);
     } else if (*dRead) {
