@@ -1,5 +1,6 @@
 #include "lumetta/core/CategoryLoader.h"
 
+#include "lumetta/calendar/MessageCalendarCategory.h"
 #include "lumetta/core/AttachedStateCategories.h"
 #include "lumetta/core/LumettaBundle.h"
 #include "lumetta/criteria/LibraryCriterionFixing.h"
@@ -40,6 +41,7 @@ void loadCategories() {
     MessageWriterTagCarryOver::load();
     MessageViewerCategory::load();
     LumettaPreferencesModule::load();
+    MessageCalendarCategory::load();
 }
 
 } // namespace lumetta

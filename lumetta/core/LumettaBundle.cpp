@@ -1,5 +1,7 @@
 #include "lumetta/core/LumettaBundle.h"
 
+#include "lumetta/calendar/ICalRefreshPass.h"
+#include "lumetta/calendar/LumettaICalToDo.h"
 #include "lumetta/core/LumettaDefaults.h"
 #include "lumetta/viewer/LumettaExtraDialogsOwner.h"
 #include "platform/foundation/Format.h"
@@ -37,6 +39,7 @@ Class& LumettaBundle::registerClass() {
     cls.addClassMethod("preferencesPanelName", &LumettaBundle::preferencesPanelName);
     cls.addClassMethod("hasComposeAccessoryViewOwner", &LumettaBundle::hasComposeAccessoryViewOwner);
     cls.addInstanceMethod("init", &LumettaBundle::init);
+    cls.addInstanceMethod("refreshICalData", &LumettaBundle::refreshICalDataImp);
     cls.setFactory([](Class* c) { return std::make_unique<LumettaBundle>(c); });
     return cls;
 }
@@ -122,10 +125,9 @@ Object* LumettaBundle::init(Object* object, Sel sel) {
     center.addObserver(
         "LUProjectListWasModified", nullptr, [self](const auto& n) { self->projectListModified(n); }, self);
 
-    Log::line("Lumetta: the calendar client is not part of this build yet; to-do links and the calendar "
-              "refresh are off");
+    self->iCalRefresher = std::make_unique<LumettaICalToDo>();
     if (UserDefaults::standard().boolForKey("lumettaOpenICalAtLaunch"))
-        Log::line("Lumetta: not launching the calendar application: no calendar client in this build");
+        self->iCalRefresher->launchICal();
 
     self->armRefresh();
     return self;
@@ -139,10 +141,10 @@ void LumettaBundle::armRefresh() {
 }
 
 void LumettaBundle::refreshICalData() {
-    static bool reported = false;
-    if (!reported) {
-        reported = true;
-        Log::line("Lumetta: calendar refresh skipped: no calendar client in this build");
+    if (iCalRefresher) {
+        const platform::Dictionary summary = ICalRefreshPass::run(*iCalRefresher);
+        platform::NotificationCenter::defaultCenter().post(ICalRefreshPass::kDidFinishNotification, this,
+                                                           summary);
     }
     armRefresh();
 }

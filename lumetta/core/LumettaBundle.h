@@ -1,5 +1,6 @@
 #pragma once
 
+#include "lumetta/calendar/LumettaICalToDo.h"
 #include "mailhost/bundle/MVMailBundle.h"
 #include "platform/foundation/Lock.h"
 #include "platform/foundation/Notification.h"
@@ -49,13 +50,20 @@ public:
     void keywordListModified(const platform::Notification& notification);
     void projectListModified(const platform::Notification& notification);
     void observeNotification(const platform::Notification& notification);
+    // One refresh from the calendar (ICalRefreshPass), announced with its summary, then
+    // the next one armed: in every case, whatever the pass did.
     void refreshICalData();
+    static void refreshICalDataImp(Object* self, Sel) {
+        static_cast<LumettaBundle*>(self)->refreshICalData();
+    }
 
     // Loads one of the bundle's interface files; an error when it is missing or broken.
     static platform::Result<platform::InterfaceFile> loadInterface(const Class* cls, const std::string& name);
 
     // The menu-bar item holding the plug-in's menu; absent until the menus are built.
     MenuItem* lumettaMenuItem = nullptr;
+    // The calendar client that starts the calendar and runs the refresh queries.
+    std::unique_ptr<LumettaICalToDo> iCalRefresher;
 
 private:
     void armRefresh();
