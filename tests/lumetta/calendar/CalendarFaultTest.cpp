@@ -1,0 +1,267 @@
+#include "EndToEndSupport.h"
+#include "lumetta/calendar/ICalRefreshPass.h"
+#include "lumetta/calendar/LumettaICalToDo.h"
+#include "lumetta/core/CategoryLoader.h"
+#include "lumetta/core/MethodReplacement.h"
+#include "lumetta/store/BulkTagChange.h"
+#include "lumetta/store/MessageTags.h"
+#include "mailhost/HostClasses.h"
+#include "mailhost/library/EmlxFile.h"
+#include "mailhost/mail/Library.h"
+#include "platform/appleevents/AEInProcessTransport.h"
+#include "platform/appleevents/ApplicationRegistry.h"
+#include "platform/foundation/HeadlessRunLoop.h"
+#include "platform/foundation/UserDefaults.h"
+#include "support/GoldenFile.h"
+
+#include <chrono>
+#include <csignal>
+#include <functional>
+#include <iostream>
+
+using namespace caltodo;
+namespace fs = std::filesystem;
+using mailhost::LibraryMessage;
+using platform::Value;
+using platform::appleevents::ApplicationRegistry;
+
+namespace {
+
+constexpr int kMessages = 1000;
+constexpr int kFaultAt = 500;     // the message whose turn it is when the calendar fails
+constexpr long kTimeoutTicks = 6; // 100 ms per waiting event
+const Value kCompleted(platform::Date::fromUnix(1893492000)); // 2030-01-01 10:00 GMT
+
+// The pass looks messages up one by one through the host's seam: counting the lookups
+// says how far it got, so a fault can strike at an exact message.
+using LookupImp = std::shared_ptr<LibraryMessage> (*)(platform::runtime::Class*, platform::runtime::Sel,
+                                                      std::int64_t);
+LookupImp hostLookup = nullptr;
+std::function<void(int)> onLookup;
+int lookups = 0;
+
+std::shared_ptr<LibraryMessage> countedLookup(platform::runtime::Class* cls, platform::runtime::Sel sel,
+                                              std::int64_t row) {
+    if (onLookup)
+        onLookup(++lookups);
+    return hostLookup(cls, sel, row);
+}
+
+void installLookupCounter() {
+    static bool installed = false;
+    if (installed)
+        return;
+    installed = true;
+    platform::runtime::Runtime::classNamed("Library")->addClassMethod("faultTestMessageWithLibraryID:",
+                                                                      &countedLookup);
+    hostLookup = lumetta::replaceClassMethod<LookupImp>("messageWithLibraryID:", "Library",
+                                                        "faultTestMessageWithLibraryID:", "Library");
+}
+
+std::string item(int n, const std::string& url, bool completed) {
+    return "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//Lumetta tests//EN\r\nBEGIN:VTODO\r\nUID:fault-" +
+           std::to_string(n) +
+           "\r\nDTSTAMP:20260101T000000Z\r\nLAST-MODIFIED:20260101T000000Z\r\nSUMMARY:Fault " +
+           std::to_string(n) + "\r\nURL:" + url + "\r\n" +
+           (completed ? "COMPLETED:20300101T100000Z\r\nSTATUS:COMPLETED\r\n" : "STATUS:NEEDS-ACTION\r\n") +
+           "END:VTODO\r\nEND:VCALENDAR\r\n";
+}
+
+// A thousand messages linked to a thousand to-dos in the real calendar, every to-do
+// rewritten in the store since the messages last looked, every tenth completed.
+class CalendarFaultTest : public CalendarWorld {
+protected:
+    void SetUp() override {
+        CalendarWorld::SetUp();
+        if (IsSkipped())
+            return;
+        mailhost::registerHostClasses();
+        lumetta::loadCategories();
+        installLookupCounter();
+        platform::RunLoop::setMain(&loop_);
+        ApplicationRegistry::registerApplication("com.apple.iCal",
+                                                 {calendarProgram_, {"--store", store().string()}});
+        platform::UserDefaults::standard().setObject(true, "lumettaRefreshFromICal");
+        auto opened = mailhost::Library::open(scratch_.path() / "Mail", true);
+        ASSERT_TRUE(opened.ok()) << opened.error().message;
+        library_ = std::move(opened.value());
+        linkAll();
+    }
+    void TearDown() override {
+        onLookup = nullptr;
+        if (hung_ > 0) {
+            ::kill(hung_, SIGCONT);
+            ::kill(hung_, SIGTERM);
+            awaitEnd(hung_);
+        }
+        messages_.clear();
+        library_.reset();
+        lumetta::LumettaICalToDo::setEventTimeout(-1);
+        platform::RunLoop::setMain(nullptr);
+        CalendarWorld::TearDown();
+    }
+
+    void linkAll() {
+        const fs::path folder = store() / "faults";
+        fs::create_directories(folder);
+        testsupport::writeBytes(folder / "displayname", "Faults");
+        {
+            mailhost::Library::BulkAdd bulk(*library_);
+            for (int n = 1; n <= kMessages; ++n) {
+                const std::string id = std::to_string(n);
+                auto added = library_->addMessage("INBOX",
+                                                  "From: a@example.org\nSubject: Fault " + id +
+                                                      "\nMessage-ID: <fault-" + id + "@x>\n\nBody.\n",
+                                                  0, 800000000.0 + n);
+                ASSERT_TRUE(added.ok());
+                messages_.push_back(added.value());
+            }
+            ASSERT_TRUE(bulk.commit().ok());
+        }
+        for (int n = 1; n <= kMessages; ++n)
+            testsupport::writeBytes(folder / ("fault-" + std::to_string(n) + ".ics"), item(n, url(n), false));
+        ASSERT_TRUE(startCalendar());
+        {
+            // Linking writes every message file, and each write points its to-do at the file
+            // again; here those to-dos already point there, so the calendar is spared it.
+            platform::appleevents::AEInProcessTransport nowhere;
+            nowhere.addApplication("com.apple.iCal", [](const platform::appleevents::AppleEvent& e) {
+                auto reply = platform::appleevents::AppleEvent::replyTo(e);
+                reply.setParam(platform::appleevents::keyDirectObject, platform::appleevents::AEDesc::list());
+                return reply;
+            });
+            platform::appleevents::ScopedAETransport spared(nowhere);
+            lumetta::BulkTagChange link;
+            for (int n = 1; n <= kMessages; ++n) {
+                link.set(messages_[n - 1], "lumettaICalUID", "fault-" + std::to_string(n));
+                link.set(messages_[n - 1], "lumettaICalToDoTitle", "Fault " + std::to_string(n));
+                link.set(messages_[n - 1], "lumettaProject", "Apollo");
+            }
+            link.commit();
+        }
+        // Another program goes over every to-do, completing every tenth, writing each item
+        // anew under its name: all of them are listed, a hundred have news.
+        for (int n = 1; n <= kMessages; ++n) {
+            const fs::path path = folder / ("fault-" + std::to_string(n) + ".ics");
+            testsupport::writeBytes(path.string() + ".tmp", item(n, url(n), changed(n)));
+            fs::rename(path.string() + ".tmp", path);
+        }
+    }
+    static bool changed(int n) { return n % 10 == 0; }
+    std::string url(int n) const {
+        return "file://" + mailhost::Library::dataPathForMessage(messages_[n - 1].get());
+    }
+
+    struct Outcome {
+        double seconds = 0;
+        int linked = 0;   // still linked, holding what the to-do says
+        int unlinked = 0; // the link and nothing else gone
+    };
+
+    // One pass; `fault` runs when the pass reaches message kFaultAt.
+    Outcome pass(const std::function<void()>& fault) {
+        lookups = 0;
+        onLookup = [&](int n) {
+            if (n == kFaultAt && fault)
+                fault();
+        };
+        lumetta::LumettaICalToDo refresher;
+        const auto start = std::chrono::steady_clock::now();
+        const platform::Dictionary summary = lumetta::ICalRefreshPass::run(refresher);
+        lumetta::LumettaICalToDo::setEventTimeout(-1);
+        Outcome outcome;
+        outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        onLookup = nullptr;
+        EXPECT_EQ(summary.get("asked"), Value(true));
+        check(outcome);
+        return outcome;
+    }
+
+    // Every message and item file whole, and each message either brought up to date or
+    // unlinked, as a to-do that cannot be read unlinks it; nothing else touched.
+    void check(Outcome& outcome) {
+        for (int n = 1; n <= kMessages; ++n) {
+            mailhost::Message& m = *messages_[n - 1];
+            auto file = mailhost::EmlxFile::read(mailhost::Library::dataPathForMessage(&m));
+            ASSERT_TRUE(file.ok()) << "message " << n << " torn: " << file.error().message;
+            const platform::Dictionary plist = file.value().plist();
+            const auto record = lumetta::MessageTags::lumettaExtraData(m).value_or(platform::Dictionary());
+            for (const char* key : {"lumettaICalUID", "lumettaICalCompletionDate", "lumettaICalToDoTitle",
+                                    "lumettaProject", "lumettaPriority", "lumettaDueDate"})
+                ASSERT_TRUE(record.get(key).isEqual(plist.get(key))) << n << " " << key;
+            EXPECT_EQ(record.get("lumettaProject"), Value("Apollo"));
+            EXPECT_EQ(record.get("lumettaICalToDoTitle"), Value("Fault " + std::to_string(n)));
+            if (record.contains("lumettaICalUID")) {
+                EXPECT_EQ(record.get("lumettaICalCompletionDate"), changed(n) ? kCompleted : Value()) << n;
+                ++outcome.linked;
+            } else {
+                EXPECT_FALSE(record.contains("lumettaICalCompletionDate")) << n;
+                ++outcome.unlinked;
+            }
+        }
+        int items = 0;
+        for (const auto& entry : fs::directory_iterator(store() / "faults"))
+            if (entry.path().extension() == ".ics") {
+                ++items;
+                EXPECT_NE(testsupport::readFile(entry.path()).find("END:VCALENDAR"), std::string::npos);
+            }
+        EXPECT_EQ(items, kMessages);
+    }
+
+    // The pass after the fault, with the calendar answering again, finishes cleanly.
+    void nextPassCompletes(const Outcome& faulty, const char* what) {
+        if (calendarPid() <= 0) {
+            ASSERT_TRUE(startCalendar());
+        }
+        const Outcome next = pass(nullptr);
+        EXPECT_EQ(next.unlinked, faulty.unlinked) << "the next pass unlinked more";
+        std::cout << "[ fault    ] " << what << ": pass of " << kMessages << " took " << faulty.seconds
+                  << " s, removed " << faulty.unlinked << " links; next pass " << next.seconds << " s\n";
+        RecordProperty("links_removed", faulty.unlinked);
+    }
+
+    platform::HeadlessRunLoop loop_;
+    std::unique_ptr<mailhost::Library> library_;
+    std::vector<std::shared_ptr<LibraryMessage>> messages_;
+    pid_t hung_ = -1;
+};
+
+} // namespace
+
+// Killed mid-pass, the calendar is started again by the next message's lookup: nothing is
+// lost but the time to start it.
+TEST_F(CalendarFaultTest, KilledCalendarIsStartedAgain) {
+    const Outcome outcome = pass([] { ::kill(calendarPid(), SIGKILL); });
+    EXPECT_EQ(outcome.linked + outcome.unlinked, kMessages);
+    EXPECT_LT(outcome.seconds, 300); // no event waited: 501 default timeouts would take over 8 hours
+    nextPassCompletes(outcome, "calendar killed, started again");
+}
+
+// Killed for good (its program is gone): every message still to come finds no calendar and
+// is unlinked, at once.
+TEST_F(CalendarFaultTest, CalendarThatCannotStartUnlinksTheRest) {
+    const Outcome outcome = pass([this] {
+        ApplicationRegistry::registerApplication("com.apple.iCal", {scratch_.path() / "uninstalled", {}});
+        ::kill(calendarPid(), SIGKILL);
+    });
+    EXPECT_EQ(outcome.unlinked, kMessages - kFaultAt + 1);
+    EXPECT_EQ(outcome.linked, kFaultAt - 1);
+    EXPECT_LT(outcome.seconds, 300); // no event waited: 501 default timeouts would take over 8 hours
+    ApplicationRegistry::registerApplication("com.apple.iCal",
+                                             {calendarProgram_, {"--store", store().string()}});
+    nextPassCompletes(outcome, "calendar killed, cannot start");
+}
+
+// Hanging mid-pass, every waiting event runs into the timeout and unlinks its message, until
+// the hung calendar stops taking connections and a new one takes its place.
+TEST_F(CalendarFaultTest, HangingCalendarCostsOneTimeoutPerMessage) {
+    const Outcome outcome = pass([this] {
+        hung_ = calendarPid();
+        ::kill(hung_, SIGSTOP);
+        // Short waits from here on: each costs a whole timeout, a minute by default.
+        lumetta::LumettaICalToDo::setEventTimeout(kTimeoutTicks);
+    });
+    EXPECT_GT(outcome.unlinked, 0);
+    EXPECT_LT(outcome.seconds, outcome.unlinked * (kTimeoutTicks / 60.0) * 3 + 30);
+    nextPassCompletes(outcome, "calendar hanging");
+}

@@ -1,0 +1,299 @@
+#include "FakeCalendarSupport.h"
+#include "lumetta/calendar/ICalRefreshPass.h"
+#include "lumetta/calendar/MessageCalendarCategory.h"
+#include "lumetta/core/CategoryLoader.h"
+#include "lumetta/core/LumettaBundle.h"
+#include "lumetta/store/MessageTags.h"
+#include "mailhost/HostClasses.h"
+#include "mailhost/library/EmlxFile.h"
+#include "mailhost/mail/Library.h"
+#include "platform/appleevents/LongDateTime.h"
+#include "platform/foundation/NotificationCenter.h"
+#include "platform/foundation/UserDefaults.h"
+#include "platform/runtime/Runtime.h"
+
+using namespace caltodo;
+using namespace lumetta;
+using platform::Date;
+using platform::Dictionary;
+using platform::UserDefaults;
+using platform::Value;
+using platform::appleevents::fourCharCode;
+
+namespace {
+
+constexpr double kNow = 800000000;
+
+Date local(int year, int month, int day, int hour, int minute) {
+    std::tm tm{};
+    tm.tm_year = year - 1900;
+    tm.tm_mon = month - 1;
+    tm.tm_mday = day;
+    tm.tm_hour = hour;
+    tm.tm_min = minute;
+    tm.tm_isdst = -1;
+    return Date::fromUnix(static_cast<double>(std::mktime(&tm)));
+}
+
+AEDesc ldt(Date date) {
+    return AEDesc::longDateTime(date).value();
+}
+
+// Messages in a library with the plug-in loaded, linked to the fake calendar's to-dos.
+class MessageCalendarTest : public CalendarClientTest {
+protected:
+    void SetUp() override {
+        CalendarClientTest::SetUp();
+        mailhost::registerHostClasses();
+        loadCategories();
+        auto opened = mailhost::Library::open(scratch_.path() / "Mail", true);
+        ASSERT_TRUE(opened.ok()) << opened.error().message;
+        library_ = std::move(opened.value());
+        clock_ = std::make_unique<platform::ScopedFixedClock>(Date{kNow});
+        loop_.setTimeSource([] { return 0.0; });
+        UserDefaults& d = UserDefaults::standard();
+        d.setObject("Lumetta", "lumettaDefaultCalendar");
+        d.setObject("7:00", "lumettaAlarmTime");
+        d.setObject(true, "lumettaRefreshFromICal");
+        d.setObject(5, "lumettaICalRefreshFrequency");
+    }
+    void TearDown() override {
+        library_.reset();
+        clock_.reset();
+        CalendarClientTest::TearDown();
+    }
+
+    std::shared_ptr<mailhost::LibraryMessage> add(int n) {
+        const std::string id = std::to_string(n);
+        auto added = library_->addMessage("INBOX",
+                                          "From: a@example.org\nSubject: Message " + id +
+                                              "\nMessage-ID: <cal-" + id + "@x>\n\nBody.\n",
+                                          0, kNow);
+        EXPECT_TRUE(added.ok());
+        MessageTags::lumettaSetExtraData(*added.value(), "Apollo", "lumettaProject");
+        return added.value();
+    }
+    void create(mailhost::Message& m, Value title, Value date = {}, Value priority = {},
+                Value calendar = {}) {
+        ASSERT_TRUE(platform::runtime::sendVoid(static_cast<platform::runtime::Object*>(&m),
+                                                CalendarSelectors::kCreateToDo, calendar, title, date,
+                                                priority, Value("notes")));
+    }
+    static Value tag(mailhost::Message& m, const char* key) {
+        return MessageTags::lumettaExtraDataForKey(m, key);
+    }
+    static Dictionary fileTags(mailhost::Message& m) {
+        auto file = mailhost::EmlxFile::read(mailhost::Library::dataPathForMessage(&m));
+        return file ? file.value().plist() : Dictionary();
+    }
+    FakeToDo& toDoOf(mailhost::Message& m) {
+        FakeToDo* toDo = calendar_.find(tag(m, "lumettaICalUID").stringValue());
+        EXPECT_TRUE(toDo);
+        return toDo ? *toDo : calendar_.toDos.front();
+    }
+    static void refresh(mailhost::Message& m) {
+        platform::runtime::sendVoid(static_cast<platform::runtime::Object*>(&m),
+                                    CalendarSelectors::kRefreshFromICal);
+    }
+    // One refresh pass of a bundle, with the summary it announced.
+    Dictionary pass(LumettaBundle& bundle) {
+        Dictionary summary;
+        auto& center = platform::NotificationCenter::defaultCenter();
+        const auto token = center.addObserver(ICalRefreshPass::kDidFinishNotification, &bundle,
+                                              [&](const platform::Notification& n) { summary = n.userInfo; });
+        bundle.refreshICalData();
+        center.removeObserver(token);
+        return summary;
+    }
+    LumettaBundle makeBundle() const {
+        return LumettaBundle(platform::runtime::Runtime::classNamed(LumettaBundle::kClassName));
+    }
+
+    std::unique_ptr<mailhost::Library> library_;
+    std::unique_ptr<platform::ScopedFixedClock> clock_;
+};
+
+} // namespace
+
+// A new to-do points at the message's file and the message keeps its UID, in the file too.
+TEST_F(MessageCalendarTest, CreateLinksTheMessage) {
+    auto message = add(1);
+    create(*message, "Call Bob", Value(), Value(2));
+    const Value uid = tag(*message, "lumettaICalUID");
+    ASSERT_TRUE(uid.isString());
+    EXPECT_EQ(fileTags(*message).get("lumettaICalUID"), uid);
+    const FakeToDo& toDo = toDoOf(*message);
+    EXPECT_EQ(toDo.url, "file://" + mailhost::Library::dataPathForMessage(message.get()));
+    EXPECT_EQ(toDo.calendar, "Lumetta");
+    EXPECT_EQ(toDo.summary, "Call Bob");
+    EXPECT_EQ(toDo.notes, "notes");
+    EXPECT_EQ(toDo.priority, fourCharCode("tdp9"));
+    EXPECT_TRUE(toDo.alarms.empty());
+}
+
+// The alarm on the due day follows "lumettaAlarmTime" when "lumettaSetAlarmWithDueDate" asks.
+TEST_F(MessageCalendarTest, AlarmFollowsTheAlarmTime) {
+    const Date due = local(2026, 3, 5, 15, 30);
+    const struct {
+        Value enabled;
+        Value time;
+        std::optional<Date> alarm;
+    } cases[] = {{Value(true), Value("7:00"), local(2026, 3, 5, 7, 0)},
+                 {Value(1), Value("7"), std::nullopt},
+                 {Value(1), Value("7:00:00"), std::nullopt},
+                 {Value(), Value("7:00"), std::nullopt}};
+    int n = 10;
+    for (const auto& c : cases) {
+        UserDefaults::standard().setObject(c.enabled, "lumettaSetAlarmWithDueDate");
+        UserDefaults::standard().setObject(c.time, "lumettaAlarmTime");
+        auto message = add(++n);
+        create(*message, "Pay", Value(due));
+        const FakeToDo& toDo = toDoOf(*message);
+        EXPECT_EQ(toDo.due, ldt(due));
+        if (c.alarm)
+            EXPECT_EQ(toDo.alarms, std::vector<AEDesc>{ldt(*c.alarm)}) << c.time.description();
+        else
+            EXPECT_TRUE(toDo.alarms.empty()) << c.time.description() << " " << c.enabled.description();
+    }
+}
+
+// A creation that fails stores no UID; a delete unlinks even when nothing could be deleted.
+TEST_F(MessageCalendarTest, FailedCreationAndDeleteLeaveNoLink) {
+    calendar_.refuseNewCalendars = true;
+    auto message = add(1);
+    create(*message, "x", Value(), Value(), Value("Nowhere"));
+    EXPECT_TRUE(tag(*message, "lumettaICalUID").isNull());
+    EXPECT_FALSE(fileTags(*message).contains("lumettaICalUID"));
+
+    calendar_.refuseNewCalendars = false;
+    create(*message, "y");
+    ASSERT_EQ(calendar_.toDos.size(), 1u);
+    platform::runtime::sendVoid(static_cast<platform::runtime::Object*>(message.get()),
+                                CalendarSelectors::kDeleteToDo);
+    EXPECT_TRUE(calendar_.toDos.empty());
+    EXPECT_FALSE(fileTags(*message).contains("lumettaICalUID"));
+
+    MessageTags::lumettaSetExtraData(*message, "never-there", "lumettaICalUID");
+    platform::runtime::sendVoid(static_cast<platform::runtime::Object*>(message.get()),
+                                CalendarSelectors::kDeleteToDo);
+    EXPECT_TRUE(tag(*message, "lumettaICalUID").isNull());
+}
+
+// Re-reading copies the to-do's state into the tags, with the priority as text and the
+// due date kept when the to-do has none; a vanished to-do unlinks the message.
+TEST_F(MessageCalendarTest, RefreshCopiesTheToDoBack) {
+    auto message = add(1);
+    create(*message, "Call Bob", Value(), Value(4));
+    refresh(*message);
+    EXPECT_EQ(tag(*message, "lumettaICalToDoTitle"), Value("Call Bob"));
+    EXPECT_EQ(tag(*message, "lumettaPriority"), Value("5")); // 4 went out as high
+    EXPECT_FALSE(tag(*message, "lumettaICalCompletionDate").isDate());
+
+    FakeToDo& toDo = toDoOf(*message);
+    toDo.summary = "Call Bob back";
+    toDo.priority = fourCharCode("tdp5");
+    toDo.completion = ldt(Date{kNow - 60});
+    toDo.due = ldt(Date{kNow + 86400});
+    refresh(*message);
+    const Dictionary file = fileTags(*message);
+    for (const auto& [key, value] :
+         std::vector<std::pair<const char*, Value>>{{"lumettaICalToDoTitle", Value("Call Bob back")},
+                                                    {"lumettaPriority", Value("3")},
+                                                    {"lumettaICalCompletionDate", Value(Date{kNow - 60})},
+                                                    {"lumettaDueDate", Value(Date{kNow + 86400})},
+                                                    {"lumettaDueDateState", Value(1)},
+                                                    {"lumettaProject", Value("Apollo")}}) {
+        EXPECT_EQ(tag(*message, key), value) << key;
+        EXPECT_EQ(file.get(key), value) << key;
+    }
+    EXPECT_EQ(MessageTags::lumettaPriority(*message).intValue(), 3);
+
+    toDoOf(*message).completion.reset();
+    toDoOf(*message).due.reset();
+    toDoOf(*message).summary.reset();
+    refresh(*message);
+    EXPECT_TRUE(tag(*message, "lumettaICalCompletionDate").isNull());
+    EXPECT_TRUE(tag(*message, "lumettaICalToDoTitle").isNull());
+    EXPECT_EQ(tag(*message, "lumettaDueDate"), Value(Date{kNow + 86400}));
+
+    toDoOf(*message).completion = ldt(Date{kNow});
+    refresh(*message);
+    calendar_.toDos.clear();
+    refresh(*message);
+    EXPECT_TRUE(tag(*message, "lumettaICalUID").isNull());
+    EXPECT_TRUE(tag(*message, "lumettaICalCompletionDate").isNull());
+    EXPECT_EQ(tag(*message, "lumettaPriority"), Value("3"));
+    EXPECT_FALSE(fileTags(*message).contains("lumettaICalUID"));
+}
+
+// Whatever a pass does, the next one is armed 600 / frequency seconds later; with the
+// calendar not running and "lumettaOpenICalToRefresh" off, nothing is sent.
+TEST_F(MessageCalendarTest, PassAlwaysReArms) {
+    const struct {
+        bool refreshing;
+        bool running;
+        Value frequency;
+        double delay;
+    } cases[] = {{false, true, Value(7), 85}, {false, false, Value(0), 600}, {true, false, Value(), 600},
+                 {true, true, Value(5), 120}, {true, true, Value(601), 0},   {true, false, Value(1), 600}};
+    create(*add(1), "linked");
+    for (const auto& c : cases) {
+        const std::string label = c.frequency.description() + (c.running ? " running" : " stopped");
+        c.running ? startPresence() : stopPresence();
+        UserDefaults::standard().setObject(c.refreshing, "lumettaRefreshFromICal");
+        UserDefaults::standard().setObject(c.frequency, "lumettaICalRefreshFrequency");
+        platform::HeadlessRunLoop loop; // drops the armed pass unrun at the end of the case
+        loop.setTimeSource([] { return 0.0; });
+        platform::RunLoop::setMain(&loop);
+        {
+            LumettaBundle bundle = makeBundle();
+            bundle.iCalRefresher = std::make_unique<LumettaICalToDo>();
+            calendar_.clearTranscript();
+            log_->clear();
+            const bool asked = c.refreshing && c.running;
+            EXPECT_EQ(pass(bundle).get("asked"), Value(asked)) << label;
+            EXPECT_EQ(calendar_.received.empty(), !asked) << label;
+            EXPECT_EQ(launchAttempts(), 0u) << label;
+            EXPECT_EQ(loop.pendingTimerDelays(), std::vector<double>{c.delay}) << label;
+        }
+        platform::RunLoop::setMain(&loop_);
+    }
+}
+
+// A pass re-reads the messages whose to-dos changed since the last one; a failed query
+// re-reads the previous ones, which then lose their links.
+TEST_F(MessageCalendarTest, PassFollowsChangedToDos) {
+    std::vector<std::shared_ptr<mailhost::LibraryMessage>> messages;
+    for (int n = 1; n <= 3; ++n) {
+        messages.push_back(add(n));
+        create(*messages.back(), Value("To do " + std::to_string(n)), Value(), Value(n));
+    }
+    LumettaBundle bundle = makeBundle();
+    bundle.iCalRefresher = std::make_unique<LumettaICalToDo>();
+    Dictionary first = pass(bundle);
+    EXPECT_EQ(first.get("listed"), Value(3));
+    EXPECT_EQ(first.get("found"), Value(3));
+    EXPECT_EQ(first.get("changes").array()->count(), 6u); // a title and a priority each
+    EXPECT_EQ(tag(*messages[1], "lumettaPriority"), Value("1"));
+    EXPECT_EQ(UserDefaults::standard().valueForKey("lumettaLastICalRefreshDate"), Value(Date{kNow}));
+
+    clock_->set(Date{kNow + 100});
+    FakeToDo& second = toDoOf(*messages[1]);
+    second.completion = ldt(Date{kNow + 90});
+    calendar_.touch(second);
+    const Dictionary next = pass(bundle);
+    EXPECT_EQ(next.get("listed"), Value(1));
+    ASSERT_EQ(next.get("changes").array()->count(), 1u);
+    const Dictionary change = *next.get("changes").array()->first().dictionary();
+    EXPECT_EQ(change.get("id"), Value(messages[1]->libraryID()));
+    EXPECT_EQ(change.get("key"), Value("lumettaICalCompletionDate"));
+    EXPECT_EQ(change.get("new"), Value(Date{kNow + 90}));
+    EXPECT_FALSE(change.contains("old"));
+
+    disconnect();
+    const Dictionary failed = pass(bundle);
+    EXPECT_EQ(failed.get("listed"), Value(1));
+    EXPECT_TRUE(tag(*messages[1], "lumettaICalUID").isNull());
+    EXPECT_TRUE(tag(*messages[0], "lumettaICalUID").isString());
+    EXPECT_EQ(UserDefaults::standard().valueForKey("lumettaLastICalRefreshDate"), Value(Date{kNow + 100}));
+}
