@@ -9,6 +9,7 @@
 #include "mailhost/cli/PreferenceCommandLine.h"
 #include "mailhost/cli/TagCommandLine.h"
 #include "mailhost/cli/TagCommands.h"
+#include "mailhost/cli/TodoCommands.h"
 #include "platform/foundation/HeadlessRunLoop.h"
 #include "platform/foundation/UserDefaults.h"
 
@@ -133,6 +134,7 @@ int main(int argc, char** argv) {
     tRemove->add_option("message", tagId, "Message number")->required();
     tRemove->add_option("key", tagKey, "Tag key, beginning with \"lumetta\"")->required();
     mailhost::CriteriaCommandLine criteria(app, json);
+    mailhost::TodoCommands todo(app, json);
     mailhost::TagCommandLine tagBulk(app);
     mailhost::PreferenceCommandLine preferences(app, json);
     mailhost::CalendarCommand calendar(app);
@@ -197,6 +199,8 @@ int main(int argc, char** argv) {
         status = mailhost::TagCommands::remove(context, tagId, tagKey);
     } else if (criteria.chosen()) {
         status = criteria.run(context);
+    } else if (todo.chosen()) {
+        status = todo.run(context, loader, loop);
     } else if (tagBulk.chosen()) {
         status = tagBulk.run(context);
     } else if (preferences.chosen()) {
