@@ -11,6 +11,7 @@
 #include "mailhost/mail/MessageWriter.h"
 #include "mailhost/mail/OutgoingMessage.h"
 #include "mailhost/mail/RecoveredMessage.h"
+#include "mailhost/rules/ConcreteMessageMall.h"
 #include "mailhost/viewer/Menu.h"
 #include "mailhost/viewer/MessageViewer.h"
 
@@ -31,6 +32,7 @@ void registerHostClasses() {
     MessageViewer::registerClass();        // with MessageContentController and TableViewManager
     Menu::registerClass();
     MenuItem::registerClass();
+    ConcreteMessageMall::registerClass(); // with MessageMall, MessageRule and MFError
 }
 
 } // namespace mailhost
