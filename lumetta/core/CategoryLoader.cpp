@@ -6,6 +6,9 @@
 #include "lumetta/criteria/LibraryCriterionFixing.h"
 #include "lumetta/criteria/MessageCriterionCategory.h"
 #include "lumetta/prefs/LumettaPreferencesModule.h"
+#include "lumetta/rules/ConcreteMessageMallCategory.h"
+#include "lumetta/rules/MessageRuleTagActions.h"
+#include "lumetta/rules/MessageRuleValidationCategory.h"
 #include "lumetta/store/LibraryMessageTagAccess.h"
 #include "lumetta/store/LibraryStoreTagCarryOver.h"
 #include "lumetta/store/LibraryTagPersistence.h"
@@ -34,6 +37,9 @@ void loadCategories() {
     MessageTilingViewCategory::load();
     MailSorterPreferencesCategory::load();
     MessageRuleCategory::load();
+    ConcreteMessageMallCategory::load();
+    MessageRuleTagActions::load();
+    MessageRuleValidationCategory::load();
     LibraryMessageTagAccess::load();
     MessageTagAccess::load();
     RecoveredMessageTagAccess::load();
