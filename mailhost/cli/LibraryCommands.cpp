@@ -8,6 +8,8 @@
 #include "mailhost/mail/LibraryStore.h"
 #include "mailhost/mail/MessageWriter.h"
 #include "mailhost/mail/RecoveredMessage.h"
+#include "mailhost/rules/ConcreteMessageMall.h"
+#include "mailhost/rules/MessageRules.h"
 #include "platform/foundation/Date.h"
 
 #include <charconv>
@@ -195,7 +197,7 @@ int LibraryCommands::show(const Context& c, const std::string& idOrPath, bool bo
 }
 
 int LibraryCommands::import(const Context& c, const std::string& mailbox,
-                            const std::vector<std::string>& paths) {
+                            const std::vector<std::string>& paths, bool applyRules) {
     auto library = openLibrary(c);
     if (!library)
         return 1;
@@ -204,6 +206,21 @@ int LibraryCommands::import(const Context& c, const std::string& mailbox,
             c.err << "lumetta: " << created.error().message << "\n";
             return 1;
         }
+    // New mail goes through the active rules, a batch at a time once the batch is stored.
+    std::unique_ptr<ConcreteMessageMall> mall;
+    if (applyRules) {
+        if (auto rules = MessageRules::load(library->layout().root()); !rules)
+            c.err << "lumetta: rules not applied: " << rules.error().message << "\n";
+        else if (!rules.value().activeRules().empty())
+            mall = ConcreteMessageMall::forLibrary(rules.value());
+    }
+    MessageList arrived;
+    std::size_t matched = 0;
+    auto route = [&] {
+        if (mall && !arrived.empty())
+            matched += mall->route(arrived, {mailbox}).matched;
+        arrived.clear();
+    };
     const bool terminal = ::isatty(STDERR_FILENO);
     std::size_t imported = 0, skipped = 0;
     // Messages are stored in batches: one index transaction and one flush each.
@@ -234,15 +251,19 @@ int LibraryCommands::import(const Context& c, const std::string& mailbox,
             if (!next.value())
                 break;
             const double received = m.receivedDate ? m.receivedDate->seconds : platform::Clock::now().seconds;
-            if (auto added = library->addMessage(mailbox, m.bytes, flagWord(m), received); !added) {
+            auto added = library->addMessage(mailbox, m.bytes, flagWord(m), received);
+            if (!added) {
                 c.err << "lumetta: " << m.origin << ": " << added.error().message << "\n";
                 ++skipped;
                 continue;
             }
             ++imported;
+            if (mall)
+                arrived.push_back(added.value());
             if (imported % kBatch == 0) {
                 if (!commit())
                     return 1;
+                route();
                 batch = std::make_unique<Library::BulkAdd>(*library);
             }
             if (terminal && imported % 100 == 0) {
@@ -255,9 +276,12 @@ int LibraryCommands::import(const Context& c, const std::string& mailbox,
     }
     if (!commit())
         return 1;
+    route();
     if (terminal)
         c.err << "\r\033[K";
     c.out << "imported " << imported << " messages into " << mailbox;
+    if (mall)
+        c.out << "; rules matched " << matched;
     if (skipped)
         c.out << "; skipped " << skipped << " (see above)";
     c.out << "\n";

@@ -32,7 +32,9 @@ public:
     static int mailboxes(const Context& c);
     static int list(const Context& c, const std::string& mailbox);
     static int show(const Context& c, const std::string& idOrPath, bool body);
-    static int import(const Context& c, const std::string& mailbox, const std::vector<std::string>& paths);
+    // With `applyRules`, the library's active rules run on each batch of new messages.
+    static int import(const Context& c, const std::string& mailbox, const std::vector<std::string>& paths,
+                      bool applyRules = true);
     // A whole mail folder becomes a library in place; a mailbox folder is copied into
     // the library as mailbox `name` (default: the folder's name).
     static int adopt(const Context& c, const std::filesystem::path& folder, const std::string& name);

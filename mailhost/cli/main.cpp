@@ -7,6 +7,7 @@
 #include "mailhost/cli/LibraryCommands.h"
 #include "mailhost/cli/MetadataCommands.h"
 #include "mailhost/cli/PreferenceCommandLine.h"
+#include "mailhost/cli/RuleCommands.h"
 #include "mailhost/cli/TagCommandLine.h"
 #include "mailhost/cli/TagCommands.h"
 #include "mailhost/cli/TodoCommands.h"
@@ -54,6 +55,8 @@ int main(int argc, char** argv) {
     auto* import = app.add_subcommand("import", "Import .eml, .emlx, mbox or Maildir mail");
     import->add_option("--mailbox", importBox, "Mailbox to import into (made when missing)");
     import->add_option("paths", paths, "Files or folders to import")->required();
+    bool noRules = false;
+    import->add_flag("--no-rules", noRules, "Do not apply the library's rules to the new messages");
     std::vector<std::string> copyIds;
     std::string copyTo;
     auto* copy = app.add_subcommand("copy", "Copy messages into another mailbox");
@@ -134,6 +137,7 @@ int main(int argc, char** argv) {
     tRemove->add_option("message", tagId, "Message number")->required();
     tRemove->add_option("key", tagKey, "Tag key, beginning with \"lumetta\"")->required();
     mailhost::CriteriaCommandLine criteria(app, json);
+    mailhost::RuleCommands rules(app, json);
     mailhost::TodoCommands todo(app, json);
     mailhost::TagCommandLine tagBulk(app);
     mailhost::PreferenceCommandLine preferences(app, json);
@@ -171,7 +175,7 @@ int main(int argc, char** argv) {
     } else if (*show) {
         status = mailhost::LibraryCommands::show(context, target, body);
     } else if (*import) {
-        status = mailhost::LibraryCommands::import(context, importBox, paths);
+        status = mailhost::LibraryCommands::import(context, importBox, paths, !noRules);
     } else if (*copy) {
         status = mailhost::LibraryCommands::copy(context, copyIds, copyTo);
     } else if (*rebuild) {
@@ -199,6 +203,8 @@ int main(int argc, char** argv) {
         status = mailhost::TagCommands::remove(context, tagId, tagKey);
     } else if (criteria.chosen()) {
         status = criteria.run(context);
+    } else if (rules.chosen()) {
+        status = rules.run(context);
     } else if (todo.chosen()) {
         status = todo.run(context, loader, loop);
     } else if (tagBulk.chosen()) {
