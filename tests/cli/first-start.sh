@@ -4,8 +4,9 @@
 set -euo pipefail
 lumetta="$1"
 home=$(mktemp -d)
-trap 'rm -rf "$home"' EXIT
-export XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" HOME="$home"
+mkdir -m 700 "$home/run"
+trap '"$lumetta" calendar stop >/dev/null 2>&1 || true; rm -rf "$home"' EXIT
+export XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" HOME="$home" XDG_RUNTIME_DIR="$home/run"
 
 "$lumetta" defaults read >"$home/out1" 2>"$home/err1"
 grep -q 'lumettaICalRefreshFrequency = 5;' "$home/out1" || { echo "defaults missing:"; cat "$home/out1"; exit 1; }

@@ -5,8 +5,9 @@
 set -euo pipefail
 lumetta="$1" sample="$2" fixtures="$3"
 home=$(mktemp -d)
-trap 'chmod -R u+w "$home"; rm -rf "$home"' EXIT
-export XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" HOME="$home"
+mkdir -m 700 "$home/run"
+trap '"$lumetta" calendar stop >/dev/null 2>&1 || true; chmod -R u+w "$home"; rm -rf "$home"' EXIT
+export XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" HOME="$home" XDG_RUNTIME_DIR="$home/run"
 export LUMETTA_LIBRARY="$home/Mail"
 fail() { echo "FAILED: $*"; exit 1; }
 
