@@ -23,8 +23,10 @@ using platform::runtime::Bundle;
 using platform::runtime::Runtime;
 
 LumettaBundle::~LumettaBundle() {
-    // Observers stay and a pending refresh is not cancelled: the bundle lives as long as
-    // the host, so neither can outlive it in a running client.
+    // In a running client the bundle lives as long as the host; a host that lets one go
+    // (a test, a reload) must not have list notifications reach it afterwards. A pending
+    // refresh stays with the run loop that holds it, which goes with the host.
+    platform::NotificationCenter::defaultCenter().removeObserversOwnedBy(this);
     bundleMessageLock_.reset();
 }
 
