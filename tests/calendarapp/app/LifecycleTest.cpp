@@ -50,6 +50,16 @@ TEST_F(Lifecycle, HostCommandLineStartsReportsAndStops) {
     if (!fs::exists(lumetta))
         GTEST_SKIP() << lumetta << " is not built: the host command line is not checked";
     const fs::path home = store() / "home";
+    // Every start of the client starts the calendar unless the user said not to; this
+    // user did, so that the command line alone decides when it runs.
+    fs::create_directories(home / "config/lumetta-mail/Preferences");
+    std::FILE* settings =
+        std::fopen((home / "config/lumetta-mail/Preferences/lumetta-mail.plist").c_str(), "w");
+    ASSERT_NE(settings, nullptr);
+    std::fputs("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n"
+               "\t<key>lumettaOpenICalAtLaunch</key>\n\t<false/>\n</dict>\n</plist>\n",
+               settings);
+    std::fclose(settings);
     const auto run = [&](const std::string& words) {
         const std::string command = "HOME='" + home.string() + "' XDG_CONFIG_HOME='" + home.string() +
                                     "/config' XDG_DATA_HOME='" + home.string() + "/data' '" +
