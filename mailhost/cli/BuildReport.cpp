@@ -39,10 +39,13 @@ std::string BuildReport::describe(const fs::path& root) {
     std::ostringstream out;
     out << versionLine() << "\n";
     out << "built: platform (values, property lists, defaults, run loop, text on ICU " << U_ICU_VERSION
-        << ", method seams, SQLite)\n";
-    out << "       mail host (library, Envelope Index, journaled writes, GMime headers, import)\n";
-    out << "       Lumetta plug-in bundle (start-up and settings)\n";
-    out << "not yet built: tags, metadata index, criteria, rules, calendar application, desktop client\n";
+        << ", method seams, SQLite, metadata index and queries, Apple Events)\n";
+    out << "       mail host (library, Envelope Index, journaled writes, GMime, import, criteria, smart "
+           "mailboxes, rules, viewer commands)\n";
+    out << "       calendar application (lumetta-calendar over vdir to-dos)\n";
+    out << "       Lumetta plug-in bundle (tags in files and index, tag criteria, rule actions, to-do link, "
+           "bulk commands, tag lists)\n";
+    out << "not yet built: desktop client (windows, menus, tag panel, compose panel)\n";
     std::error_code ec;
     if (!fs::is_directory(root, ec)) {
         out << "library " << root.string() << ": not found\n";
