@@ -50,6 +50,7 @@ platform::Result<ToDoEditor> ToDoEditor::open(std::string_view bytes) {
     if (!lines)
         return lines.error();
     ToDoEditor editor(std::move(lines.value()));
+    editor.opened_ = editor.lines_.text();
     editor.uid_ = parsed.value().uid;
     editor.summary_ = parsed.value().summary.value_or("");
     return editor;

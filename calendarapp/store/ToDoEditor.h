@@ -45,6 +45,10 @@ public:
     // Sets the index-th display alarm (from 0) to an absolute date.
     platform::Result<void> moveDisplayAlarm(std::size_t index, platform::Date trigger);
 
+    // Whether the sets so far changed anything: setting a value the file already holds
+    // must not rewrite it, or the to-do would look changed to everyone who syncs it.
+    bool changed() const { return lines_.text() != opened_; }
+
     // Marks a change made `now`: LAST-MODIFIED and DTSTAMP, and SEQUENCE one up.
     void touch(platform::Date now);
 
@@ -57,6 +61,7 @@ private:
     platform::Result<void> setDate(int kind, std::optional<platform::Date> value);
 
     ContentLines lines_;
+    std::string opened_; // the lines as opened, rendered the way finish() renders them
     std::string uid_;
     std::string summary_;
 };

@@ -215,6 +215,10 @@ Result<ToDo> ToDoStore::change(std::string_view uid, const Edit& edit) {
                                        EBADMSG);
         if (auto edited = edit(editor.value()); !edited)
             return edited.error();
+        // An unchanged to-do keeps its file and stamp, so the next modified-since query
+        // does not list it again.
+        if (!editor.value().changed())
+            return std::move(toDo.value());
         editor.value().touch(platform::Clock::now());
         auto bytes = editor.value().finish();
         if (!bytes)

@@ -59,7 +59,8 @@ public:
     platform::Result<ToDo> createToDo(std::string_view calendarName, const ToDoProperties& properties);
 
     // Changing one property. Every change sets LAST-MODIFIED and DTSTAMP to now and counts
-    // SEQUENCE up; each returns the to-do as written. Absent or empty clears.
+    // SEQUENCE up; a set that leaves the to-do as it was writes nothing. Each returns the
+    // to-do as it now stands. Absent or empty clears.
     platform::Result<ToDo> setSummary(std::string_view uid, const std::optional<std::string>& summary);
     platform::Result<ToDo> setDescription(std::string_view uid,
                                           const std::optional<std::string>& description);

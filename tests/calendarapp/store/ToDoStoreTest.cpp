@@ -203,4 +203,28 @@ TEST_F(ToDoStoreTest, ModifiedSinceComparesStamps) {
     EXPECT_EQ(uids(store_->toDosModifiedSince(utc("2024-03-06 00:00:00"))), std::vector<std::string>{"old"});
 }
 
+// Setting a value the to-do already holds writes nothing: the file, its stamp and
+// SEQUENCE stay, so syncing programs and the next modified-since query do not see a change.
+TEST_F(ToDoStoreTest, SettingTheSameValueLeavesTheFileAlone) {
+    const std::string text = item("same", "SUMMARY:Call Anna\r\nURL:file:///m/12.emlx\r\nPRIORITY:5\r\n"
+                                          "DUE:20240305T100000Z\r\nSEQUENCE:3\r\n");
+    const fs::path file = place("same.ics", text);
+    setModified(file, utc("2024-02-01 10:00:00"));
+    const auto before = snapshot();
+    ASSERT_TRUE(store_->setSummary("same", std::string("Call Anna")).ok());
+    ASSERT_TRUE(store_->setUrl("same", std::string("file:///m/12.emlx")).ok());
+    ASSERT_TRUE(store_->setPriority("same", 5).ok());
+    ASSERT_TRUE(store_->setDueDate("same", utc("2024-03-05 10:00:00")).ok());
+    ASSERT_TRUE(store_->setCompletionDate("same", std::nullopt).ok());
+    EXPECT_EQ(snapshot(), before);
+    EXPECT_TRUE(uids(store_->toDosModifiedSince(utc("2024-03-01 00:00:00"))).empty());
+
+    // A real change still stamps and counts up.
+    const auto changed = store_->setSummary("same", std::string("Call Anna back"));
+    ASSERT_TRUE(changed.ok());
+    EXPECT_EQ(changed.value().summary, "Call Anna back");
+    EXPECT_NE(snapshot(), before);
+    EXPECT_EQ(uids(store_->toDosModifiedSince(utc("2024-03-01 00:00:00"))), std::vector<std::string>{"same"});
+}
+
 } // namespace
