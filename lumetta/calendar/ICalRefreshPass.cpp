@@ -6,9 +6,14 @@
 #include "lumetta/store/TagKeys.h"
 #include "mailhost/mail/Library.h"
 #include "platform/appleevents/Workspace.h"
+#include "platform/foundation/Format.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/UserDefaults.h"
+#include "platform/spotlight/MetadataStore.h"
+#include "platform/spotlight/query/QueryEvaluator.h"
 
+#include <charconv>
+#include <filesystem>
 #include <set>
 
 namespace lumetta {
@@ -46,6 +51,33 @@ void addChanges(Array& changes, std::int64_t row, const Dictionary& before, cons
     }
 }
 
+// Why the calendar is not to be asked now, or nothing when it is.
+std::optional<std::string> whyNotAsked(UserDefaults& defaults) {
+    if (!defaults.boolForKey("lumettaRefreshFromICal"))
+        return "refreshing from the calendar is off (lumettaRefreshFromICal)";
+    if (!ICalRefreshPass::calendarRunning() && !defaults.boolForKey("lumettaOpenICalToRefresh"))
+        return "the calendar application is not running (lumettaOpenICalToRefresh is off)";
+    return std::nullopt;
+}
+
+// Re-reads one message's to-do into its tags, noting what changed.
+void reread(mailhost::Message& message, std::int64_t row, Array& changes) {
+    const Dictionary before = tagsOf(message);
+    platform::runtime::sendVoid(static_cast<platform::runtime::Object*>(&message),
+                                CalendarSelectors::kRefreshFromICal);
+    addChanges(changes, row, before, tagsOf(message));
+}
+
+// A message file's library row: its file name without extension, as in a to-do's url.
+std::optional<std::int64_t> rowOfFile(const std::string& path) {
+    const std::string stem = std::filesystem::path(path).stem().string();
+    std::int64_t row = 0;
+    const auto [end, ec] = std::from_chars(stem.data(), stem.data() + stem.size(), row);
+    if (ec != std::errc() || end != stem.data() + stem.size())
+        return std::nullopt;
+    return row;
+}
+
 } // namespace
 
 bool ICalRefreshPass::calendarRunning() {
@@ -61,12 +93,8 @@ bool ICalRefreshPass::calendarRunning() {
 Dictionary ICalRefreshPass::run(LumettaICalToDo& refresher) {
     UserDefaults& defaults = UserDefaults::standard();
     Dictionary summary{{"asked", false}};
-    if (!defaults.boolForKey("lumettaRefreshFromICal")) {
-        summary.set("reason", "refreshing from the calendar is off (lumettaRefreshFromICal)");
-        return summary;
-    }
-    if (!calendarRunning() && !defaults.boolForKey("lumettaOpenICalToRefresh")) {
-        summary.set("reason", "the calendar application is not running (lumettaOpenICalToRefresh is off)");
+    if (const auto reason = whyNotAsked(defaults)) {
+        summary.set("reason", *reason);
         return summary;
     }
 
@@ -75,30 +103,99 @@ Dictionary ICalRefreshPass::run(LumettaICalToDo& refresher) {
     const platform::Date since = last.date() ? *last.date() : platform::Date{};
     LumettaICalToDo::onMainThread([&] { refresher._fetchToDosModifiedSince(since); });
 
+    // A calendar that goes quiet mid-pass would cost every message left a whole timeout
+    // and then its link. The pass stops after the first re-read that met silence (that
+    // message is unlinked, as any re-read without an answer is) and keeps the date of the
+    // last refresh, so the next pass lists the rest again.
+    const std::uint64_t quietBefore = LumettaICalToDo::unansweredEvents();
     Array changes;
-    long long listed = 0, found = 0;
+    long long listed = 0, found = 0, left = 0;
     if (const auto& identifiers = refresher.msgsToUpdate()) {
         for (const Value& identifier : identifiers->items()) {
             ++listed;
+            if (LumettaICalToDo::unansweredEvents() != quietBefore) {
+                ++left;
+                continue;
+            }
             const std::int64_t row = identifier.integerValue();
             const auto message = mailhost::Library::messageWithLibraryID(nullptr, row);
             if (!message)
                 continue;
             ++found;
-            const Dictionary before = tagsOf(*message);
-            platform::runtime::sendVoid(static_cast<platform::runtime::Object*>(message.get()),
-                                        CalendarSelectors::kRefreshFromICal);
-            addChanges(changes, row, before, tagsOf(*message));
+            reread(*message, row, changes);
         }
     }
 
-    defaults.setObject(platform::Clock::now(), "lumettaLastICalRefreshDate");
-    if (auto saved = defaults.synchronize(); !saved)
-        platform::Log::line("Lumetta: settings not saved: " + saved.error().message);
+    if (left > 0) {
+        platform::Log::line(platform::format(
+            "Lumetta: the calendar stopped answering; %@ messages are left for the next refresh",
+            {Value(left)}));
+    } else {
+        defaults.setObject(platform::Clock::now(), "lumettaLastICalRefreshDate");
+        if (auto saved = defaults.synchronize(); !saved)
+            platform::Log::line("Lumetta: settings not saved: " + saved.error().message);
+    }
     summary.set("asked", true);
     summary.set("since", since);
     summary.set("listed", listed);
     summary.set("found", found);
+    summary.set("left", left);
+    summary.set("changes", changes);
+    return summary;
+}
+
+Dictionary ICalRefreshPass::sweepVanished() {
+    Dictionary summary{{"asked", false}};
+    if (const auto reason = whyNotAsked(UserDefaults::standard())) {
+        summary.set("reason", *reason);
+        return summary;
+    }
+    namespace md = platform::spotlight;
+    md::MetadataStore* index = md::MetadataStore::current();
+    if (index == nullptr) {
+        summary.set("reason", "the metadata index is not open, so linked messages cannot be found");
+        return summary;
+    }
+    auto linkedFiles = md::QueryEvaluator(*index).evaluate("lumettaICalUID == \"*\"cd");
+    if (!linkedFiles) {
+        summary.set("reason", "the metadata index cannot be searched: " + linkedFiles.error().message);
+        return summary;
+    }
+
+    // Every to-do that points at a message file: the query of a pass since the beginning.
+    LumettaICalToDo listing;
+    LumettaICalToDo::onMainThread([&] { listing._fetchToDosModifiedSince(platform::Date{}); });
+    if (!listing.msgsToUpdate()) {
+        // Without the list every linked message would be re-read, and one that meets a
+        // calendar gone quiet would lose its link for nothing.
+        summary.set("reason", "the calendar application did not list its to-dos");
+        return summary;
+    }
+    std::set<std::int64_t> listed;
+    for (const Value& identifier : listing.msgsToUpdate()->items())
+        listed.insert(identifier.integerValue());
+
+    const std::uint64_t quietBefore = LumettaICalToDo::unansweredEvents();
+    Array changes;
+    long long linked = 0, checked = 0;
+    for (const std::string& file : linkedFiles.value()) {
+        if (LumettaICalToDo::unansweredEvents() != quietBefore)
+            break; // gone quiet: what is left waits for the next sweep
+        const auto row = rowOfFile(file);
+        if (!row)
+            continue;
+        const auto message = mailhost::Library::messageWithLibraryID(nullptr, *row);
+        if (!message || mailhost::Library::dataPathForMessage(message.get()) != file)
+            continue;
+        ++linked;
+        if (listed.contains(*row))
+            continue;
+        ++checked;
+        reread(*message, *row, changes);
+    }
+    summary.set("asked", true);
+    summary.set("linked", linked);
+    summary.set("checked", checked);
     summary.set("changes", changes);
     return summary;
 }

@@ -57,6 +57,7 @@ std::optional<AppleEvent> LumettaICalToDo::query(const AppleEvent& event) {
     AppleEvent reply;
     const OSStatus status = AESendMessage(event, &reply, kQueryMode, eventTimeout());
     if (status != noErr) {
+        ++unanswered_;
         debugLog(0, "Lumetta: the calendar did not answer %@: %d", {eventName(event), status});
         return std::nullopt;
     }
@@ -64,8 +65,11 @@ std::optional<AppleEvent> LumettaICalToDo::query(const AppleEvent& event) {
 }
 
 void LumettaICalToDo::command(const AppleEvent& event) {
-    if (const OSStatus status = AESendMessage(event, nullptr, kCommandMode, eventTimeout()); status != noErr)
+    if (const OSStatus status = AESendMessage(event, nullptr, kCommandMode, eventTimeout());
+        status != noErr) {
+        ++unanswered_;
         debugLog(0, "Lumetta: the calendar did not take %@: %d", {eventName(event), status});
+    }
 }
 
 void LumettaICalToDo::launchICal() {

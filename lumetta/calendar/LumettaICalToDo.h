@@ -7,6 +7,7 @@
 #include "platform/foundation/Value.h"
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -75,6 +76,10 @@ public:
     // default timeout, about a minute). Process-wide; tests shorten it.
     static void setEventTimeout(long ticks) { eventTimeout_.store(ticks); }
     static long eventTimeout() { return eventTimeout_.load(); }
+    // How many events, process-wide, reached no calendar or got no answer in time (not
+    // the answers that report an error). A refresh watches it to stop as soon as the
+    // calendar goes quiet, rather than wait out a timeout for every message left.
+    static std::uint64_t unansweredEvents() { return unanswered_.load(); }
 
     // Runs `work` on the main thread, at once when called there, else waiting for it
     // (also at once when no main run loop exists).
@@ -114,6 +119,7 @@ private:
     std::optional<std::string> iCalUID_;
 
     static inline std::atomic<long> eventTimeout_{-1};
+    static inline std::atomic<std::uint64_t> unanswered_{0};
 };
 
 } // namespace lumetta

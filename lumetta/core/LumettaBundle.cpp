@@ -42,6 +42,7 @@ Class& LumettaBundle::registerClass() {
     cls.addClassMethod("hasComposeAccessoryViewOwner", &LumettaBundle::hasComposeAccessoryViewOwner);
     cls.addInstanceMethod("init", &LumettaBundle::init);
     cls.addInstanceMethod("refreshICalData", &LumettaBundle::refreshICalDataImp);
+    cls.addInstanceMethod("lumettaSweepVanishedToDos", &LumettaBundle::lumettaSweepVanishedToDos);
     cls.setFactory([](Class* c) { return std::make_unique<LumettaBundle>(c); });
     return cls;
 }
@@ -149,6 +150,10 @@ void LumettaBundle::refreshICalData() {
                                                            summary);
     }
     armRefresh();
+}
+
+platform::Dictionary LumettaBundle::lumettaSweepVanishedToDos(Object*, Sel) {
+    return ICalRefreshPass::sweepVanished();
 }
 
 void LumettaBundle::keywordListModified(const platform::Notification&) {

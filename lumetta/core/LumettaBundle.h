@@ -56,6 +56,10 @@ public:
     static void refreshICalDataImp(Object* self, Sel) {
         static_cast<LumettaBundle*>(self)->refreshICalData();
     }
+    // For a refresh the user asks for: after the pass, the links to to-dos deleted in the
+    // calendar, which timed passes cannot see, are found and removed
+    // (ICalRefreshPass::sweepVanished). Returns the sweep's summary.
+    static platform::Dictionary lumettaSweepVanishedToDos(Object*, Sel);
 
     // Loads one of the bundle's interface files; an error when it is missing or broken.
     static platform::Result<platform::InterfaceFile> loadInterface(const Class* cls, const std::string& name);

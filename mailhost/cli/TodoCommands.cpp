@@ -34,7 +34,8 @@ namespace {
 //                  lumettaRefreshDataFromICal                       Object*
 //                  lumettaExtraData                                 Object* -> std::optional<Dictionary>
 //                  lumettaExtraDataForKey:                          Object*, std::string -> Value
-//   on the bundle: refreshICalData, which posts LumettaICalRefreshDidFinish with its summary.
+//   on the bundle: refreshICalData, which posts LumettaICalRefreshDidFinish with its summary;
+//                  lumettaSweepVanishedToDos                        Object* -> Dictionary
 constexpr const char* kCreateToDo = "lumettaCreateNewICalToDoInCalendar:withTitle:date:priority:notes:";
 constexpr const char* kDeleteToDo = "lumettaDeleteToDoInICal";
 constexpr const char* kViewToDo = "lumettaViewToDoInICal";
@@ -43,6 +44,7 @@ constexpr const char* kExtraDataForKey = "lumettaExtraDataForKey:";
 constexpr const char* kExtraData = "lumettaExtraData";
 constexpr const char* kRefreshFromICal = "lumettaRefreshDataFromICal";
 constexpr const char* kRefresh = "refreshICalData";
+constexpr const char* kSweep = "lumettaSweepVanishedToDos";
 constexpr const char* kRefreshFinished = "LumettaICalRefreshDidFinish";
 constexpr const char* kLinkKey = "lumettaICalUID";
 
@@ -147,6 +149,13 @@ void printChanges(std::ostream& out, const Dictionary& summary) {
     out << "refreshed: " << summary.get("listed").integerValue() << " to-dos listed, "
         << summary.get("found").integerValue() << " of their messages found, " << count
         << (count == 1 ? " tag changed" : " tags changed") << "\n";
+    if (const long long left = summary.get("left").integerValue(); left > 0)
+        out << "the calendar stopped answering: " << left << (left == 1 ? " message is" : " messages are")
+            << " left for the next refresh\n";
+    const Value sweepSummary = summary.get("sweep");
+    const Dictionary* sweep = sweepSummary.dictionary();
+    if (sweep && !sweep->get("asked").boolValue())
+        out << "links to deleted to-dos not looked for: " << sweep->get("reason").stringValue() << "\n";
     if (!changes.array())
         return;
     for (const Value& change : changes.array()->items()) {
@@ -173,7 +182,7 @@ int report(const Context& c, const Dictionary& summary) {
         c.out << "not refreshed: " << summary.get("reason").stringValue() << "\n";
     }
     c.out.flush();
-    return summary.get("asked").boolValue() ? 0 : 1;
+    return summary.get("asked").boolValue() && summary.get("left").integerValue() == 0 ? 0 : 1;
 }
 
 } // namespace
@@ -198,11 +207,9 @@ TodoCommands::TodoCommands(CLI::App& app, bool& json) {
     delete_->add_option("message", id_, "Message number")->required();
 
     refresh_ =
-        app.add_subcommand("refresh", "Copy to-do changes from the calendar into the messages' tags, once");
-    refresh_->add_option(
-        "messages", rereadIds_,
-        "Messages to re-read as well, changed or not (a to-do deleted in the calendar is noticed "
-        "only so)");
+        app.add_subcommand("refresh", "Copy to-do changes from the calendar into the messages' tags, once, "
+                                      "and unlink messages whose to-do was deleted");
+    refresh_->add_option("messages", rereadIds_, "Messages to re-read as well, changed or not");
     refresh_->add_flag("--json", json, "Print the summary as JSON");
     watch_ = app.add_subcommand("watch", "Refresh from the calendar on the usual schedule until interrupted");
 }
@@ -335,11 +342,22 @@ int TodoCommands::refresh(const Context& c, const BundleLoader& bundles) const {
         c.err << "lumetta: the Lumetta bundle loaded did not report a refresh\n";
         return 1;
     }
-    if (!named.empty() && summary->get("asked").boolValue()) {
+    if (summary->get("asked").boolValue()) {
         const Value listed = summary->get("changes");
         platform::Array changes = listed.array() ? *listed.array() : platform::Array();
         for (const Target& t : named)
             reread(t.object(), static_cast<LibraryMessage*>(t.message.get())->libraryID(), changes);
+        // A pass cannot see to-dos deleted in the calendar; asked for by hand, the refresh
+        // also unlinks the messages that point at one.
+        if (platform::runtime::respondsToSelector(bundle, kSweep)) {
+            const Dictionary sweep =
+                platform::runtime::send<Dictionary>(bundle, kSweep).value_or(Dictionary());
+            const Value found = sweep.get("changes");
+            if (found.array())
+                for (const Value& change : found.array()->items())
+                    changes.add(change);
+            summary->set("sweep", sweep);
+        }
         summary->set("changes", changes);
     }
     return report(c, *summary);

@@ -11,6 +11,7 @@
 #include "platform/foundation/NotificationCenter.h"
 #include "platform/foundation/UserDefaults.h"
 #include "platform/runtime/Runtime.h"
+#include "platform/spotlight/MDItem.h"
 
 using namespace caltodo;
 using namespace lumetta;
@@ -296,4 +297,49 @@ TEST_F(MessageCalendarTest, PassFollowsChangedToDos) {
     EXPECT_TRUE(tag(*messages[1], "lumettaICalUID").isNull());
     EXPECT_TRUE(tag(*messages[0], "lumettaICalUID").isString());
     EXPECT_EQ(UserDefaults::standard().valueForKey("lumettaLastICalRefreshDate"), Value(Date{kNow + 100}));
+}
+
+// A sweep re-reads only the linked messages whose to-do the calendar does not list: a
+// deleted to-do unlinks its message, in the index too; a to-do that lost its url keeps
+// its link; a calendar that cannot list its to-dos costs no link at all.
+TEST_F(MessageCalendarTest, SweepUnlinksOnlyVanishedToDos) {
+    std::vector<std::shared_ptr<mailhost::LibraryMessage>> messages;
+    for (int n = 1; n <= 3; ++n) {
+        messages.push_back(add(n));
+        create(*messages.back(), Value("To do " + std::to_string(n)));
+    }
+    add(4); // never linked
+    LumettaBundle bundle = makeBundle();
+    const auto sweep = [&] {
+        return platform::runtime::send<Dictionary>(static_cast<platform::runtime::Object*>(&bundle),
+                                                   "lumettaSweepVanishedToDos")
+            .value_or(Dictionary());
+    };
+    const auto indexed = [](mailhost::Message& m) {
+        return platform::spotlight::MDItemCopyAttribute(
+            platform::spotlight::MDItemCreate(mailhost::Library::dataPathForMessage(&m)), "lumettaICalUID");
+    };
+    ASSERT_TRUE(indexed(*messages[1]).isString());
+
+    const Dictionary whole = sweep();
+    EXPECT_EQ(whole.get("linked"), Value(3));
+    EXPECT_EQ(whole.get("checked"), Value(0));
+
+    const std::string gone = tag(*messages[1], "lumettaICalUID").stringValue();
+    std::erase_if(calendar_.toDos, [&](const FakeToDo& t) { return t.uid == gone; });
+    toDoOf(*messages[2]).url.reset();
+    const Dictionary swept = sweep();
+    EXPECT_EQ(swept.get("checked"), Value(2));
+    EXPECT_TRUE(tag(*messages[1], "lumettaICalUID").isNull());
+    EXPECT_FALSE(fileTags(*messages[1]).contains("lumettaICalUID"));
+    EXPECT_TRUE(indexed(*messages[1]).isNull());
+    EXPECT_TRUE(tag(*messages[2], "lumettaICalUID").isString());
+    EXPECT_TRUE(tag(*messages[0], "lumettaICalUID").isString());
+
+    calendar_.toDos.clear();
+    disconnect();
+    const Dictionary silent = sweep();
+    EXPECT_FALSE(silent.get("asked").boolValue());
+    EXPECT_TRUE(tag(*messages[0], "lumettaICalUID").isString());
+    EXPECT_TRUE(tag(*messages[2], "lumettaICalUID").isString());
 }
