@@ -11,6 +11,7 @@
 #include "mailhost/mail/OutgoingMessage.h"
 #include "mailhost/mail/RecoveredMessage.h"
 #include "platform/foundation/PropertyList.h"
+#include "platform/foundation/RunLoop.h"
 #include "platform/runtime/Send.h"
 
 #include <unordered_map>
@@ -64,10 +65,21 @@ void updateSpotlight(const Dictionary& tags, Message* message, const std::string
         platform::runtime::sendClassVoid(*library, kSpotlightSelector, tags, message, path);
 }
 
-// A linked to-do follows its message: the host just wrote the message's file here.
+// A linked to-do follows its message: the host just wrote the message's file here. A
+// writer thread hands the change to the main thread and goes on: the main thread may be
+// waiting for that very writer, and waiting for the main thread in turn would hang both.
 void pointToDoAt(const Value& uid, const std::string& path) {
-    if (const std::string* id = uid.string())
-        LumettaICalToDo(*id).setURL("file://" + path);
+    const std::string* id = uid.string();
+    if (!id)
+        return;
+    std::string url = "file://" + path;
+    platform::RunLoop* loop = platform::RunLoop::main();
+    if (loop && !loop->isMainThread()) {
+        loop->performOnMainThread([id = *id, url = std::move(url)] { LumettaICalToDo(id).setURL(url); },
+                                  false);
+        return;
+    }
+    LumettaICalToDo(*id).setURL(url);
 }
 
 template <class Imp>

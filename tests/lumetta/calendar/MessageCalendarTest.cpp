@@ -13,6 +13,8 @@
 #include "platform/runtime/Runtime.h"
 #include "platform/spotlight/MDItem.h"
 
+#include <thread>
+
 using namespace caltodo;
 using namespace lumetta;
 using platform::Date;
@@ -130,6 +132,21 @@ TEST_F(MessageCalendarTest, CreateLinksTheMessage) {
     EXPECT_EQ(toDo.notes, "notes");
     EXPECT_EQ(toDo.priority, fourCharCode("tdp9"));
     EXPECT_TRUE(toDo.alarms.empty());
+}
+
+// A linked message saved on another thread while the main thread waits for that thread:
+// the to-do is pointed at the file once the main thread is free, and nothing hangs.
+TEST_F(MessageCalendarTest, WriterThreadDoesNotWaitForTheMainThread) {
+    auto message = add(1);
+    create(*message, "Call Bob");
+    FakeToDo& toDo = toDoOf(*message);
+    toDo.url = "file:///elsewhere/1.emlx";
+    std::thread writer([&] { MessageTags::lumettaSetExtraData(*message, "Gemini", "lumettaProject"); });
+    writer.join();
+    EXPECT_EQ(fileTags(*message).get("lumettaProject"), Value("Gemini"));
+    EXPECT_EQ(toDo.url, "file:///elsewhere/1.emlx");
+    loop_.runUntilIdle();
+    EXPECT_EQ(toDo.url, "file://" + mailhost::Library::dataPathForMessage(message.get()));
 }
 
 // The alarm on the due day follows "lumettaAlarmTime" when "lumettaSetAlarmWithDueDate" asks.
