@@ -52,8 +52,11 @@ std::vector<std::string> typedParts(const MessageCriterion& compound) {
     return out;
 }
 
-std::optional<SmartMailboxes> loadStore(const CriteriaCommands::Context& c, const Library& library) {
-    auto store = SmartMailboxes::load(library.layout().root());
+// The smart mailboxes, for reading or, locked until they are let go, for changing.
+std::optional<SmartMailboxes> loadStore(const CriteriaCommands::Context& c, const Library& library,
+                                        bool forEditing) {
+    auto store = forEditing ? SmartMailboxes::edit(library.layout().root())
+                            : SmartMailboxes::load(library.layout().root());
     if (!store) {
         c.err << "lumetta: " << store.error().message << "\n";
         return std::nullopt;
@@ -162,7 +165,7 @@ int CriteriaCommands::smartAdd(const Context& c, const std::string& name,
     auto library = LibraryCommands::openLibrary(c);
     if (!library)
         return kFailed;
-    auto store = loadStore(c, *library);
+    auto store = loadStore(c, *library, true);
     if (!store)
         return kFailed;
     if (store->contains(name)) {
@@ -185,7 +188,7 @@ int CriteriaCommands::smartList(const Context& c) {
     auto library = LibraryCommands::openLibrary(c);
     if (!library)
         return kFailed;
-    auto store = loadStore(c, *library);
+    auto store = loadStore(c, *library, false);
     if (!store)
         return kFailed;
     Json json;
@@ -216,7 +219,7 @@ int CriteriaCommands::smartShow(const Context& c, const std::string& name, bool 
     auto library = LibraryCommands::openLibrary(c);
     if (!library)
         return kFailed;
-    auto store = loadStore(c, *library);
+    auto store = loadStore(c, *library, false);
     if (!store)
         return kFailed;
     auto criterion = stored(c, *store, name);
@@ -239,7 +242,7 @@ int CriteriaCommands::smartRemove(const Context& c, const std::string& name) {
     auto library = LibraryCommands::openLibrary(c);
     if (!library)
         return kFailed;
-    auto store = loadStore(c, *library);
+    auto store = loadStore(c, *library, true);
     if (!store)
         return kFailed;
     if (!store->remove(name)) {

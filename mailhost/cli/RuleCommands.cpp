@@ -45,8 +45,11 @@ std::vector<std::string> typedCriteria(const MessageRule& rule) {
     return out;
 }
 
-std::optional<MessageRules> loadRules(const RuleCommands::Context& c, const Library& library) {
-    auto rules = MessageRules::load(library.layout().root());
+// The rules, for reading or, locked until they are let go, for changing.
+std::optional<MessageRules> loadRules(const RuleCommands::Context& c, const Library& library,
+                                      bool forEditing) {
+    auto rules = forEditing ? MessageRules::edit(library.layout().root())
+                            : MessageRules::load(library.layout().root());
     if (!rules) {
         c.err << "lumetta: " << rules.error().message << "\n";
         return std::nullopt;
@@ -161,7 +164,7 @@ int RuleCommands::list(const Context& c) {
     auto library = LibraryCommands::openLibrary(c);
     if (!library)
         return kFailed;
-    auto rules = loadRules(c, *library);
+    auto rules = loadRules(c, *library, false);
     if (!rules)
         return kFailed;
     Json json;
@@ -226,7 +229,7 @@ int RuleCommands::add(const Context& c, const std::string& name, bool all,
     auto library = LibraryCommands::openLibrary(c);
     if (!library)
         return kFailed;
-    auto rules = loadRules(c, *library);
+    auto rules = loadRules(c, *library, true);
     if (!rules)
         return kFailed;
     if (rules->rule(name)) {
@@ -246,7 +249,7 @@ int RuleCommands::remove(const Context& c, const std::string& name) {
     auto library = LibraryCommands::openLibrary(c);
     if (!library)
         return kFailed;
-    auto rules = loadRules(c, *library);
+    auto rules = loadRules(c, *library, true);
     if (!rules)
         return kFailed;
     if (!rules->remove(name)) {
@@ -260,7 +263,7 @@ int RuleCommands::setActive(const Context& c, const std::string& name, bool acti
     auto library = LibraryCommands::openLibrary(c);
     if (!library)
         return kFailed;
-    auto rules = loadRules(c, *library);
+    auto rules = loadRules(c, *library, true);
     if (!rules)
         return kFailed;
     auto rule = rules->rule(name);
@@ -276,7 +279,7 @@ int RuleCommands::apply(const Context& c, const std::vector<std::string>& given)
     auto library = LibraryCommands::openLibrary(c);
     if (!library)
         return kFailed;
-    auto rules = loadRules(c, *library);
+    auto rules = loadRules(c, *library, false);
     if (!rules)
         return kFailed;
     // A first word naming a rule, with more words after it, picks that rule.

@@ -1,34 +1,41 @@
 #include "mailhost/criteria/SmartMailboxes.h"
 
-#include "platform/foundation/AtomicFile.h"
-#include "platform/foundation/PropertyList.h"
-
 #include <algorithm>
-#include <system_error>
 
 namespace mailhost {
 
 namespace fs = std::filesystem;
 using platform::Result;
 
-Result<SmartMailboxes> SmartMailboxes::load(const fs::path& libraryRoot) {
-    SmartMailboxes store(libraryRoot / kFileName);
-    std::error_code ec;
-    if (!fs::exists(store.file_, ec) && !ec)
-        return store;
-    auto bytes = platform::AtomicFile::read(store.file_);
-    if (!bytes)
-        return platform::makeError("cannot read " + store.file_.string() + ": " + bytes.error().message);
-    auto parsed = platform::PropertyList::parse(bytes.value());
-    const std::string damaged =
-        store.file_.string() + " is damaged and was left as it is (repair or remove it): ";
-    if (!parsed)
-        return platform::makeError(damaged + parsed.error().message);
-    const platform::Dictionary* entries = parsed.value().dictionary();
+SmartMailboxes::SmartMailboxes(const fs::path& libraryRoot)
+    : file_(libraryRoot / kFileName, "the smart mailboxes") {}
+
+Result<void> SmartMailboxes::take(const platform::Value& contents) {
+    if (contents.isNull())
+        return {};
+    const platform::Dictionary* entries = contents.dictionary();
     if (!entries)
-        return platform::makeError(damaged + "it does not hold a dictionary of mailboxes");
-    store.entries_ = entries->mutableCopy();
+        return platform::makeError(file_.damaged() + "it does not hold a dictionary of mailboxes");
+    entries_ = entries->mutableCopy();
+    return {};
+}
+
+Result<SmartMailboxes> SmartMailboxes::open(const fs::path& libraryRoot, bool forEditing) {
+    SmartMailboxes store(libraryRoot);
+    auto contents = store.file_.read(forEditing);
+    if (!contents)
+        return contents.error();
+    if (auto taken = store.take(contents.value()); !taken)
+        return taken.error();
     return store;
+}
+
+Result<SmartMailboxes> SmartMailboxes::load(const fs::path& libraryRoot) {
+    return open(libraryRoot, false);
+}
+
+Result<SmartMailboxes> SmartMailboxes::edit(const fs::path& libraryRoot) {
+    return open(libraryRoot, true);
 }
 
 std::vector<std::string> SmartMailboxes::names() const {
@@ -55,13 +62,7 @@ bool SmartMailboxes::remove(const std::string& name) {
 }
 
 Result<void> SmartMailboxes::save() const {
-    auto xml = platform::PropertyList::xml(entries_);
-    if (!xml)
-        return platform::makeError("the smart mailboxes cannot be written: " + xml.error().message);
-    auto written = platform::AtomicFile::write(file_, xml.value());
-    if (!written)
-        return platform::makeError("cannot save " + file_.string() + ": " + written.error().message);
-    return {};
+    return file_.write(entries_);
 }
 
 } // namespace mailhost

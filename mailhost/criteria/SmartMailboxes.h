@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mailhost/criteria/MessageCriterion.h"
+#include "mailhost/library/LibraryPlistFile.h"
 #include "platform/foundation/Dictionary.h"
 #include "platform/foundation/Result.h"
 
@@ -19,12 +20,17 @@ namespace mailhost {
 // A missing file is a library without smart mailboxes. A file that does not read is an
 // error, and the store refuses to save over it: the user's mailboxes are not replaced by
 // an empty list because one byte went wrong. Saving writes a new file and renames it over
-// the old one, so a crash leaves the old list or the new one.
+// the old one, so a crash leaves the old list or the new one. The desktop client and the
+// command line change the same file: a change starts with `edit`, which holds the file's
+// lock until the store is let go, so neither loses the other's mailboxes.
 class SmartMailboxes {
 public:
     static constexpr const char* kFileName = "SmartMailboxes.plist";
 
+    // For reading.
     [[nodiscard]] static platform::Result<SmartMailboxes> load(const std::filesystem::path& libraryRoot);
+    // For changing and saving: read under the lock, which is kept until the store goes.
+    [[nodiscard]] static platform::Result<SmartMailboxes> edit(const std::filesystem::path& libraryRoot);
 
     // Sorted by name.
     std::vector<std::string> names() const;
@@ -40,12 +46,16 @@ public:
 
     [[nodiscard]] platform::Result<void> save() const;
 
-    const std::filesystem::path& file() const { return file_; }
+    const std::filesystem::path& file() const { return file_.path(); }
 
 private:
-    explicit SmartMailboxes(std::filesystem::path file) : file_(std::move(file)) {}
+    explicit SmartMailboxes(const std::filesystem::path& libraryRoot);
+    [[nodiscard]] static platform::Result<SmartMailboxes> open(const std::filesystem::path& libraryRoot,
+                                                               bool forEditing);
+    // Takes the file's contents (null: no file).
+    [[nodiscard]] platform::Result<void> take(const platform::Value& contents);
 
-    std::filesystem::path file_;
+    LibraryPlistFile file_;
     platform::Dictionary entries_;
 };
 

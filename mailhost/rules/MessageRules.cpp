@@ -1,12 +1,9 @@
 #include "mailhost/rules/MessageRules.h"
 
 #include "platform/foundation/Array.h"
-#include "platform/foundation/AtomicFile.h"
-#include "platform/foundation/PropertyList.h"
 #include "platform/foundation/Value.h"
 
 #include <algorithm>
-#include <system_error>
 
 namespace mailhost {
 
@@ -20,34 +17,44 @@ constexpr const char* kRulesKey = "rules";
 
 } // namespace
 
-Result<MessageRules> MessageRules::load(const fs::path& libraryRoot) {
-    MessageRules store(libraryRoot / kFileName);
-    std::error_code ec;
-    if (!fs::exists(store.file_, ec) && !ec)
-        return store;
-    auto bytes = platform::AtomicFile::read(store.file_);
-    if (!bytes)
-        return platform::makeError("cannot read " + store.file_.string() + ": " + bytes.error().message);
-    const std::string damaged =
-        store.file_.string() + " is damaged and was left as it is (repair or remove it): ";
-    auto parsed = platform::PropertyList::parse(bytes.value());
-    if (!parsed)
-        return platform::makeError(damaged + parsed.error().message);
-    const platform::Dictionary* top = parsed.value().dictionary();
+MessageRules::MessageRules(const fs::path& libraryRoot) : file_(libraryRoot / kFileName, "the rules") {}
+
+Result<void> MessageRules::take(const platform::Value& contents) {
+    if (contents.isNull())
+        return {};
+    const platform::Dictionary* top = contents.dictionary();
     const platform::Value list = top ? top->get(kRulesKey) : platform::Value();
     if (!list.array())
-        return platform::makeError(damaged + "it does not hold a list of rules");
+        return platform::makeError(file_.damaged() + "it does not hold a list of rules");
     for (const platform::Value& entry : list.array()->items()) {
         const platform::Dictionary* form = entry.dictionary();
         if (!form)
-            return platform::makeError(damaged + "rule " + std::to_string(store.rules_.size() + 1) +
+            return platform::makeError(file_.damaged() + "rule " + std::to_string(rules_.size() + 1) +
                                        " is not a rule");
         auto rule = MessageRule::withDictionary(*form);
         if (!rule)
-            return platform::makeError("the rules of " + store.file_.string() + " cannot be made");
-        store.rules_.push_back(std::move(rule));
+            return platform::makeError("the rules of " + file_.path().string() + " cannot be made");
+        rules_.push_back(std::move(rule));
     }
+    return {};
+}
+
+Result<MessageRules> MessageRules::open(const fs::path& libraryRoot, bool forEditing) {
+    MessageRules store(libraryRoot);
+    auto contents = store.file_.read(forEditing);
+    if (!contents)
+        return contents.error();
+    if (auto taken = store.take(contents.value()); !taken)
+        return taken.error();
     return store;
+}
+
+Result<MessageRules> MessageRules::load(const fs::path& libraryRoot) {
+    return open(libraryRoot, false);
+}
+
+Result<MessageRules> MessageRules::edit(const fs::path& libraryRoot) {
+    return open(libraryRoot, true);
 }
 
 std::vector<std::shared_ptr<MessageRule>> MessageRules::activeRules() const {
@@ -83,14 +90,7 @@ Result<void> MessageRules::save() const {
     platform::Array list;
     for (const auto& rule : rules_)
         list.add(rule->dictionaryRepresentation());
-    const platform::Dictionary top{{kVersionKey, kVersion}, {kRulesKey, list}};
-    auto xml = platform::PropertyList::xml(top);
-    if (!xml)
-        return platform::makeError("the rules cannot be written: " + xml.error().message);
-    auto written = platform::AtomicFile::write(file_, xml.value());
-    if (!written)
-        return platform::makeError("cannot save " + file_.string() + ": " + written.error().message);
-    return {};
+    return file_.write(platform::Dictionary{{kVersionKey, kVersion}, {kRulesKey, list}});
 }
 
 } // namespace mailhost

@@ -1,17 +1,13 @@
 #include "platform/foundation/UserDefaults.h"
 
 #include "platform/foundation/AtomicFile.h"
+#include "platform/foundation/FileLock.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/PropertyList.h"
 
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
 #include <memory>
 #include <optional>
-#include <sys/file.h>
-#include <unistd.h>
 
 namespace platform {
 
@@ -22,37 +18,6 @@ namespace {
 std::mutex standardMutex;
 std::unique_ptr<UserDefaults> standardInstance;
 std::string standardDomain = "lumetta-mail";
-
-// Holds an exclusive advisory lock on a lock file beside the domain for as long as it
-// lives, so read-merge-write of one domain is serialised across processes.
-class DomainLock {
-public:
-    explicit DomainLock(const fs::path& path)
-        : fd_(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-        if (fd_ < 0) {
-            error_ = makeError("cannot lock " + path.string() + ": " + std::strerror(errno), errno);
-            return;
-        }
-        while (::flock(fd_, LOCK_EX) != 0) {
-            if (errno != EINTR) {
-                error_ = makeError("cannot lock " + path.string() + ": " + std::strerror(errno), errno);
-                break;
-            }
-        }
-    }
-    ~DomainLock() {
-        if (fd_ >= 0)
-            ::close(fd_); // closing releases the lock
-    }
-    DomainLock(const DomainLock&) = delete;
-    DomainLock& operator=(const DomainLock&) = delete;
-
-    const std::optional<Error>& error() const { return error_; }
-
-private:
-    int fd_;
-    std::optional<Error> error_;
-};
 
 } // namespace
 
@@ -161,9 +126,10 @@ Result<void> UserDefaults::synchronize() {
     fs::create_directories(folder_, ec);
     if (ec)
         return makeError("cannot create " + folder_.string() + ": " + ec.message(), ec.value());
-    DomainLock fileLock(folder_ / ("." + domain_ + ".lock"));
-    if (fileLock.error())
-        return *fileLock.error();
+    // Read-merge-write of the domain, serialised with other processes.
+    auto fileLock = FileLock::acquire(folder_ / ("." + domain_ + ".lock"));
+    if (!fileLock)
+        return fileLock.error();
     // What other processes wrote, with this process's own changes on top.
     DomainRead onDisk = readDomain(domain_);
     if (onDisk.state == DomainState::Unreadable)
@@ -200,9 +166,9 @@ Result<void> UserDefaults::setPersistentDomain(const Dictionary& domain, std::st
     fs::create_directories(folder_, ec);
     if (ec)
         return makeError("cannot create " + folder_.string() + ": " + ec.message(), ec.value());
-    DomainLock fileLock(folder_ / ("." + std::string(name) + ".lock"));
-    if (fileLock.error())
-        return *fileLock.error();
+    auto fileLock = FileLock::acquire(folder_ / ("." + std::string(name) + ".lock"));
+    if (!fileLock)
+        return fileLock.error();
     if (auto written = writeDomainLocked(copy, name); !written)
         return written;
     if (name == domain_) {

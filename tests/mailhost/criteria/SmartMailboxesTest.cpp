@@ -8,6 +8,7 @@
 #include "mailhost/mail/Library.h"
 #include "platform/foundation/Array.h"
 #include "platform/foundation/AtomicFile.h"
+#include "support/ChildProcesses.h"
 #include "support/MessageFileSupport.h"
 
 #include <gtest/gtest.h>
@@ -209,6 +210,25 @@ TEST_F(SmartMailboxesTest, DamagedFilesAreReportedNotReplaced) {
     store.value().set("New", *compoundOf(true, {criterion("Flagged", 3, "YES")}));
     ASSERT_TRUE(store.value().save().ok());
     EXPECT_EQ(SmartMailboxes::load(folder_.path()).value().names(), (std::vector<std::string>{"New", "Odd"}));
+}
+
+// Programs that change the mailboxes at the same moment all keep their changes: each
+// edit reads under the lock and writes before letting it go.
+TEST_F(SmartMailboxesTest, SimultaneousEditsAllLand) {
+    constexpr int kPrograms = 4, kEdits = 8;
+    const auto work = compoundOf(true, {criterion("Flagged", 3, "YES")});
+    EXPECT_TRUE(testsupport::runInChildProcesses(kPrograms, [&](int p) {
+        for (int e = 0; e < kEdits; ++e) {
+            auto store = SmartMailboxes::edit(folder_.path());
+            if (!store)
+                return 1;
+            store.value().set("M" + std::to_string(p) + "-" + std::to_string(e), *work);
+            if (!store.value().save())
+                return 2;
+        }
+        return 0;
+    }));
+    EXPECT_EQ(SmartMailboxes::load(folder_.path()).value().names().size(), std::size_t{kPrograms * kEdits});
 }
 
 } // namespace

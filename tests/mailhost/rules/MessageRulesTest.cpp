@@ -7,6 +7,7 @@
 #include "platform/foundation/AtomicFile.h"
 #include "platform/foundation/Value.h"
 #include "platform/runtime/Runtime.h"
+#include "support/ChildProcesses.h"
 
 #include <functional>
 #include <gtest/gtest.h>
@@ -67,6 +68,24 @@ TEST_F(MessageRulesTest, DamagedFileIsReportedAndLeftAlone) {
         EXPECT_NE(store.error().message.find("damaged"), std::string::npos) << store.error().message;
         EXPECT_EQ(platform::AtomicFile::read(file).value(), bytes);
     }
+}
+
+// Programs that change the rules at the same moment all keep their changes.
+TEST_F(MessageRulesTest, SimultaneousEditsAllLand) {
+    constexpr int kPrograms = 4, kEdits = 8;
+    EXPECT_TRUE(testsupport::runInChildProcesses(kPrograms, [&](int p) {
+        for (int e = 0; e < kEdits; ++e) {
+            auto store = MessageRules::edit(root());
+            if (!store)
+                return 1;
+            store.value().add(
+                rulestest::typedRule("R" + std::to_string(p) + "-" + std::to_string(e), {}, {"flag"}));
+            if (!store.value().save())
+                return 2;
+        }
+        return 0;
+    }));
+    EXPECT_EQ(MessageRules::load(root()).value().rules().size(), std::size_t{kPrograms * kEdits});
 }
 
 // A copy of a rule is a rule of its own: editing one never shows in the other.
