@@ -4,12 +4,12 @@
 #include "calendarapp/app/DeleteHandler.h"
 #include "calendarapp/app/GetDataHandler.h"
 #include "calendarapp/app/MakeHandler.h"
+#include "calendarapp/app/ObjectResolver.h"
 #include "calendarapp/app/PropertyReader.h"
 #include "calendarapp/app/PropertyWriter.h"
 #include "calendarapp/app/ScriptingContext.h"
 #include "calendarapp/app/SetDataHandler.h"
 #include "calendarapp/app/ShowHandler.h"
-#include "calendarapp/app/SpecifierResolver.h"
 #include "calendarapp/store/ToDoStore.h"
 #include "platform/appleevents/AEEventHandler.h"
 #include "platform/appleevents/AEHandlerTable.h"
@@ -61,7 +61,7 @@ private:
     Options options_;
     ToDoStore store_;
     PropertyReader reader_;
-    SpecifierResolver resolver_;
+    ObjectResolver resolver_;
     PropertyWriter writer_;
     ScriptingContext context_;
     GetDataHandler get_;

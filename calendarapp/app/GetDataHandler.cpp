@@ -1,6 +1,6 @@
 #include "calendarapp/app/GetDataHandler.h"
 
-#include "calendarapp/app/CanonicalSpecifier.h"
+#include "calendarapp/app/CanonicalReference.h"
 #include "calendarapp/app/DescValues.h"
 #include "calendarapp/app/EventReply.h"
 #include "platform/appleevents/AEDescription.h"
@@ -46,7 +46,7 @@ AppleEvent GetDataHandler::handle(const AppleEvent& request) const {
         values.reserve(found.objects.size());
         for (const ObjectRef& object : found.objects) {
             if (found.property == 0) {
-                values.push_back(CanonicalSpecifier::of(object));
+                values.push_back(CanonicalReference::of(object));
                 continue;
             }
             auto value = context_.reader.descriptor(object, found.property);

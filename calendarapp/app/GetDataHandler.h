@@ -6,7 +6,7 @@
 namespace calendarapp {
 
 // 'core'/'getd': '----' a specifier. Objects answer as specifiers this application
-// resolves again later (CanonicalSpecifier), properties as their values; several objects
+// resolves again later (CanonicalReference), properties as their values; several objects
 // ("every ...", a test) as a 'list' of them. 'rtyp' asks for the answer as another type
 // ('reco' for 'pALL', 'TEXT', 'list', ...).
 class GetDataHandler {

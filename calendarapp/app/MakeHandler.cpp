@@ -1,6 +1,6 @@
 #include "calendarapp/app/MakeHandler.h"
 
-#include "calendarapp/app/CanonicalSpecifier.h"
+#include "calendarapp/app/CanonicalReference.h"
 #include "calendarapp/app/DescValues.h"
 #include "calendarapp/app/EventReply.h"
 #include "calendarapp/app/StoreStatus.h"
@@ -78,7 +78,7 @@ AppleEvent MakeHandler::handle(const AppleEvent& request) const {
     }
     if (!made)
         return EventReply::failure(request, made.error());
-    return EventReply::result(request, CanonicalSpecifier::of(made.value()));
+    return EventReply::result(request, CanonicalReference::of(made.value()));
 }
 
 Result<ObjectRef> MakeHandler::container(const AEDesc* insertHere, OSType newClass) const {

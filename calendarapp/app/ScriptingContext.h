@@ -1,8 +1,8 @@
 #pragma once
 
+#include "calendarapp/app/ObjectResolver.h"
 #include "calendarapp/app/PropertyReader.h"
 #include "calendarapp/app/PropertyWriter.h"
-#include "calendarapp/app/SpecifierResolver.h"
 #include "calendarapp/store/ToDoStore.h"
 
 namespace calendarapp {
@@ -12,7 +12,7 @@ namespace calendarapp {
 struct ScriptingContext {
     ToDoStore& store;
     const PropertyReader& reader;
-    const SpecifierResolver& resolver;
+    const ObjectResolver& resolver;
     PropertyWriter& writer;
 };
 

@@ -1,6 +1,6 @@
 #include "InProcessCalendarSupport.h"
 
-#include "calendarapp/app/CanonicalSpecifier.h"
+#include "calendarapp/app/CanonicalReference.h"
 
 namespace caltest {
 
@@ -44,7 +44,7 @@ AEDesc InProcessCalendar::toDo(const std::string& summary) const {
     ObjectRef object = ObjectRef::forCalendar(calendar);
     object.kind = ObjectRef::Kind::ToDo;
     object.uid = uids_.at(summary);
-    return CanonicalSpecifier::of(object);
+    return CanonicalReference::of(object);
 }
 
 } // namespace caltest

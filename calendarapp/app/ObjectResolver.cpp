@@ -1,4 +1,4 @@
-#include "calendarapp/app/SpecifierResolver.h"
+#include "calendarapp/app/ObjectResolver.h"
 
 #include "calendarapp/app/DescValues.h"
 #include "calendarapp/app/StoreStatus.h"
@@ -70,11 +70,11 @@ Resolution plural(std::vector<ObjectRef> objects) {
 
 } // namespace
 
-Result<Resolution> SpecifierResolver::resolve(const AEDesc& specifier) const {
+Result<Resolution> ObjectResolver::resolve(const AEDesc& specifier) const {
     return resolveAt(specifier, 0);
 }
 
-Result<Resolution> SpecifierResolver::resolveAt(const AEDesc& specifier, std::size_t depth) const {
+Result<Resolution> ObjectResolver::resolveAt(const AEDesc& specifier, std::size_t depth) const {
     if (specifier.isNull())
         return single(ObjectRef::application());
     const AEDesc* want = specifier.param(keyAEDesiredClass);
@@ -113,7 +113,7 @@ Result<Resolution> SpecifierResolver::resolveAt(const AEDesc& specifier, std::si
     }
 }
 
-Result<std::vector<ObjectRef>> SpecifierResolver::elements(const ObjectRef& container, OSType want) const {
+Result<std::vector<ObjectRef>> ObjectResolver::elements(const ObjectRef& container, OSType want) const {
     const OSType element = elementClass(container.kind, want);
     if (element == 0)
         return noSuchObject("every " + Vocabulary::className(want) + " of " + container.description());
@@ -145,8 +145,7 @@ Result<std::vector<ObjectRef>> SpecifierResolver::elements(const ObjectRef& cont
     return found;
 }
 
-Result<std::vector<ObjectRef>> SpecifierResolver::elementsOfAll(const Resolution& container,
-                                                                OSType want) const {
+Result<std::vector<ObjectRef>> ObjectResolver::elementsOfAll(const Resolution& container, OSType want) const {
     std::vector<ObjectRef> all;
     for (const ObjectRef& object : container.objects) {
         auto found = elements(object, want);
@@ -157,8 +156,8 @@ Result<std::vector<ObjectRef>> SpecifierResolver::elementsOfAll(const Resolution
     return all;
 }
 
-Result<Resolution> SpecifierResolver::byIndex(const Resolution& container, OSType want,
-                                              const AEDesc& seld) const {
+Result<Resolution> ObjectResolver::byIndex(const Resolution& container, OSType want,
+                                           const AEDesc& seld) const {
     const std::string what = Vocabulary::className(want);
     std::vector<ObjectRef> pool;
     if (seld.descriptorType() == typeAbsoluteOrdinal) {
@@ -200,8 +199,8 @@ Result<Resolution> SpecifierResolver::byIndex(const Resolution& container, OSTyp
     return single(std::move(pool[static_cast<std::size_t>(position)]));
 }
 
-Result<Resolution> SpecifierResolver::byName(const Resolution& container, OSType want,
-                                             const AEDesc& seld) const {
+Result<Resolution> ObjectResolver::byName(const Resolution& container, OSType want,
+                                          const AEDesc& seld) const {
     if (container.plural || container.objects.front().kind != Kind::Application ||
         elementClass(Kind::Application, want) == 0)
         return badKeyForm(want, formName);
@@ -216,8 +215,7 @@ Result<Resolution> SpecifierResolver::byName(const Resolution& container, OSType
     return single(ObjectRef::forCalendar(calendar.value().name));
 }
 
-Result<Resolution> SpecifierResolver::byUid(const Resolution& container, OSType want,
-                                            const AEDesc& seld) const {
+Result<Resolution> ObjectResolver::byUid(const Resolution& container, OSType want, const AEDesc& seld) const {
     if (!allCalendars(container) || (want != cToDo && want != cAnyObject))
         return badKeyForm(want, formUniqueID);
     auto uid = DescValues::rawText(seld);
@@ -237,8 +235,8 @@ Result<Resolution> SpecifierResolver::byUid(const Resolution& container, OSType 
     return single(ObjectRef::forToDo(std::make_shared<const ToDo>(std::move(toDo.value()))));
 }
 
-Result<Resolution> SpecifierResolver::byTest(const Resolution& container, OSType want,
-                                             const AEDesc& seld) const {
+Result<Resolution> ObjectResolver::byTest(const Resolution& container, OSType want,
+                                          const AEDesc& seld) const {
     auto test = TestClause::parse(seld);
     if (!test)
         return test.error();
@@ -257,8 +255,8 @@ Result<Resolution> SpecifierResolver::byTest(const Resolution& container, OSType
     return plural(std::move(passed));
 }
 
-Result<std::vector<ObjectRef>> SpecifierResolver::toDoCandidates(const Resolution& calendars,
-                                                                 const TestClause& test) const {
+Result<std::vector<ObjectRef>> ObjectResolver::toDoCandidates(const Resolution& calendars,
+                                                              const TestClause& test) const {
     std::set<std::string, std::less<>> names;
     for (const ObjectRef& calendar : calendars.objects)
         names.insert(calendar.calendar);

@@ -12,7 +12,7 @@ namespace calendarapp {
 //   calendar       form 'name', seld its name, from null
 //   to-do          form 'ID  ', seld its UID ('utf8'), from its calendar
 //   display alarm  form 'indx', seld 'long' position, from its to-do
-class CanonicalSpecifier {
+class CanonicalReference {
 public:
     static platform::appleevents::AEDesc of(const ObjectRef& object);
 };

@@ -32,10 +32,9 @@ class TestClause;
 // form this calendar does not offer for the class, errAENoSuchObject for an object that
 // is not there, errAEIllegalIndex for an index out of range, errAEBadTestKey for a
 // malformed test, and the store's own failures as StoreStatus gives them.
-class SpecifierResolver {
+class ObjectResolver {
 public:
-    SpecifierResolver(const ToDoStore& store, const PropertyReader& reader)
-        : store_(store), reader_(reader) {}
+    ObjectResolver(const ToDoStore& store, const PropertyReader& reader) : store_(store), reader_(reader) {}
 
     platform::Result<Resolution> resolve(const platform::appleevents::AEDesc& specifier) const;
 

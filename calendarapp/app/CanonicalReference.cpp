@@ -1,4 +1,4 @@
-#include "calendarapp/app/CanonicalSpecifier.h"
+#include "calendarapp/app/CanonicalReference.h"
 
 #include "calendarapp/app/DescValues.h"
 
@@ -6,7 +6,7 @@ namespace calendarapp {
 
 using namespace platform::appleevents;
 
-AEDesc CanonicalSpecifier::of(const ObjectRef& object) {
+AEDesc CanonicalReference::of(const ObjectRef& object) {
     const auto calendar = [&object] {
         return AEDesc::objectSpecifier(formName, cCalendar, DescValues::textDescriptor(object.calendar),
                                        AEDesc::null());
