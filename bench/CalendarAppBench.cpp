@@ -4,19 +4,15 @@
 // all over the application's socket, against 5,000 to-dos of which 50 changed. The goal
 // is the whole exchange under 200 ms, both right after the application started (every
 // file read once) and while it runs.
+#include "LinkedToDoStore.h"
 #include "calendarapp/app/CalendarApplication.h"
 #include "calendarapp/app/CalendarCodes.h"
-#include "calendarapp/store/ToDoEditor.h"
-#include "calendarapp/store/ToDoUid.h"
 #include "platform/appleevents/AESend.h"
 #include "platform/appleevents/AEServer.h"
 
 #include <benchmark/benchmark.h>
-#include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <stdlib.h>
-#include <sys/stat.h>
 
 using namespace calendarapp;
 using namespace platform::appleevents;
@@ -40,29 +36,7 @@ struct Setting {
         char runtimeName[] = "/tmp/lumetta-bench-calapp-run-XXXXXX";
         runtime = ::mkdtemp(runtimeName);
         ::setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
-        ToDoStore store(root);
-        (void)store.createCalendar("Work");
-        (void)store.createCalendar("Home");
-        const platform::ScopedFixedClock clock(kLastRefresh.addingSeconds(-86400.0 * 30));
-        for (int i = 0; i < kToDos; ++i) {
-            ToDoProperties properties;
-            properties.summary = "Reply to message " + std::to_string(i) + ": quarterly figures";
-            properties.description = "Annotation of the message, a sentence or two long.";
-            properties.url = "message:///Users/anna/Library/Mail/INBOX.mbox/Messages/" +
-                             std::to_string(100000 + i) + ".emlx";
-            properties.dueDate = kLastRefresh.addingSeconds(86400.0 * (i % 60));
-            properties.priority = i % 3 == 0 ? 1 : 5;
-            const Calendar calendar = store.findCalendar(i % 4 == 0 ? "Home" : "Work").value();
-            const std::string uid = ToDoUid::generate();
-            const fs::path file = calendar.folder / (uid + ".ics");
-            std::ofstream(file, std::ios::binary)
-                << ToDoEditor::compose(uid, properties, platform::Clock::now()).value();
-            const double changed = i < kRecentlyChanged ? kLastRefresh.unixSeconds() + 60.0
-                                                        : kLastRefresh.unixSeconds() - 86400.0;
-            const timespec when{static_cast<time_t>(changed), 0};
-            const timespec times[2] = {when, when};
-            ::utimensat(AT_FDCWD, file.c_str(), times, 0);
-        }
+        bench::fillLinkedToDoStore(root, kToDos, kRecentlyChanged, kLastRefresh);
     }
     ~Setting() {
         std::error_code ec;

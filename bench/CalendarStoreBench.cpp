@@ -3,14 +3,12 @@
 // should answer well below that, both after a start (every file read, the changed ones
 // parsed) and on the next refresh (unchanged files only looked at). Two bare loops over
 // the same files show the floor the file system sets.
-#include "calendarapp/store/ToDoEditor.h"
+#include "LinkedToDoStore.h"
 #include "calendarapp/store/ToDoStore.h"
-#include "calendarapp/store/ToDoUid.h"
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -32,30 +30,7 @@ struct StoreOnDisk {
     StoreOnDisk() {
         char tmpl[] = "/tmp/lumetta-bench-calendar-XXXXXX";
         root = ::mkdtemp(tmpl);
-        ToDoStore store(root);
-        (void)store.createCalendar("Work");
-        (void)store.createCalendar("Home");
-        const platform::ScopedFixedClock clock(kLastRefresh.addingSeconds(-86400.0 * 30));
-        for (int i = 0; i < kToDos; ++i) {
-            ToDoProperties properties;
-            properties.summary = "Reply to message " + std::to_string(i) + ": quarterly figures";
-            properties.description = "Annotation of the message, a sentence or two long.";
-            properties.url = "message:///Users/anna/Library/Mail/INBOX.mbox/Messages/" +
-                             std::to_string(100000 + i) + ".emlx";
-            properties.dueDate = kLastRefresh.addingSeconds(86400.0 * (i % 60));
-            properties.priority = i % 3 == 0 ? 1 : 5;
-            // The store's own bytes, written without a flush per file to keep the set-up short.
-            const Calendar calendar = store.findCalendar(i % 4 == 0 ? "Home" : "Work").value();
-            const std::string uid = ToDoUid::generate();
-            const fs::path file = calendar.folder / (uid + ".ics");
-            std::ofstream(file, std::ios::binary)
-                << ToDoEditor::compose(uid, properties, platform::Clock::now()).value();
-            const double changed = i < kRecentlyChanged ? kLastRefresh.unixSeconds() + 60.0
-                                                        : kLastRefresh.unixSeconds() - 86400.0;
-            const timespec when{static_cast<time_t>(changed), 0};
-            const timespec times[2] = {when, when};
-            ::utimensat(AT_FDCWD, file.c_str(), times, 0);
-        }
+        bench::fillLinkedToDoStore(root, kToDos, kRecentlyChanged, kLastRefresh);
     }
     ~StoreOnDisk() {
         std::error_code ec;

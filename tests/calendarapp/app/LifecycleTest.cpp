@@ -2,6 +2,7 @@
 // signals, and the host command line's `lumetta calendar status|start|stop`.
 #include "CalendarProcessSupport.h"
 #include "platform/appleevents/AESocketTransport.h"
+#include "support/Commands.h"
 
 #include <csignal>
 #include <cstdio>
@@ -61,16 +62,10 @@ TEST_F(Lifecycle, HostCommandLineStartsReportsAndStops) {
                settings);
     std::fclose(settings);
     const auto run = [&](const std::string& words) {
-        const std::string command = "HOME='" + home.string() + "' XDG_CONFIG_HOME='" + home.string() +
-                                    "/config' XDG_DATA_HOME='" + home.string() + "/data' '" +
-                                    lumetta.string() + "' calendar " + words + " 2>&1";
-        std::string output;
-        FILE* pipe = ::popen(command.c_str(), "r");
-        char buffer[4096];
-        while (const std::size_t n = std::fread(buffer, 1, sizeof buffer, pipe))
-            output.append(buffer, n);
-        const int status = ::pclose(pipe);
-        return std::make_pair(WIFEXITED(status) ? WEXITSTATUS(status) : -1, output);
+        const auto output = testsupport::runCommand(
+            "HOME='" + home.string() + "' XDG_CONFIG_HOME='" + home.string() + "/config' XDG_DATA_HOME='" +
+            home.string() + "/data' '" + lumetta.string() + "' calendar " + words);
+        return std::make_pair(output.status, output.text);
     };
     const std::string storeLine = "store: " + home.string() + "/data/calendars";
     auto [code, output] = run("status");

@@ -1,10 +1,10 @@
 // todoman, a to-do program no one here wrote, and the calendar's scripting clients share
 // the store: what events make, todoman lists; what todoman completes, events read.
 #include "CalendarProcessSupport.h"
+#include "support/Todoman.h"
 
-#include <cstdio>
+#include <optional>
 #include <regex>
-#include <sys/wait.h>
 
 namespace caltest {
 namespace {
@@ -16,39 +16,22 @@ using namespace calendarapp;
 class TodomanThroughEvents : public CalendarProcessTest {
 protected:
     void SetUp() override {
-        if (std::system("command -v todoman >/dev/null 2>&1") != 0)
-            GTEST_SKIP()
-                << "todoman is not installed (apt-get install todoman): interoperability not checked";
+        if (!testsupport::Todoman::installed())
+            GTEST_SKIP() << testsupport::Todoman::kMissing;
         CalendarProcessTest::SetUp();
         start();
-        config_ = fs::path(store().string() + "-todoman.py");
-        testsupport::writeBytes(config_, "path = \"" + store().string() + "/*\"\n" +
-                                             "date_format = \"%Y-%m-%d\"\ntime_format = \"%H:%M\"\n"
-                                             "default_list = \"Work\"\ndefault_due = 0\n"
-                                             "cache_path = \"" +
-                                             store().string() + "-todoman.sqlite3\"\n");
+        todoman_.emplace(store(), store().string(), "Work");
     }
     void TearDown() override {
         CalendarProcessTest::TearDown();
-        std::error_code ec;
-        fs::remove(config_, ec);
-        fs::remove(store().string() + "-todoman.sqlite3", ec);
+        todoman_.reset();
     }
 
-    std::pair<int, std::string> todoman(const std::string& arguments) const {
-        const std::string command = "todoman --config '" + config_.string() + "' " + arguments + " 2>&1";
-        std::string output;
-        FILE* pipe = ::popen(command.c_str(), "r");
-        if (pipe == nullptr)
-            return {-1, "cannot run " + command};
-        char buffer[4096];
-        while (const std::size_t n = std::fread(buffer, 1, sizeof buffer, pipe))
-            output.append(buffer, n);
-        const int status = ::pclose(pipe);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+    testsupport::CommandOutput todoman(const std::string& arguments) const {
+        return todoman_->run(arguments);
     }
 
-    fs::path config_;
+    std::optional<testsupport::Todoman> todoman_;
 };
 
 TEST_F(TodomanThroughEvents, ListsWhatEventsMadeAndCompletesWhatEventsRead) {

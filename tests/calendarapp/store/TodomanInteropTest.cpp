@@ -1,8 +1,8 @@
 #include "CalendarStoreSupport.h"
+#include "support/Todoman.h"
 
-#include <cstdio>
+#include <optional>
 #include <regex>
-#include <sys/wait.h>
 
 using namespace calendarapp;
 using caltest::utc;
@@ -15,39 +15,19 @@ namespace {
 class TodomanInteropTest : public caltest::StoreTest {
 protected:
     void SetUp() override {
-        if (std::system("command -v todoman >/dev/null 2>&1") != 0)
-            GTEST_SKIP()
-                << "todoman is not installed (apt-get install todoman): interoperability not checked";
+        if (!testsupport::Todoman::installed())
+            GTEST_SKIP() << testsupport::Todoman::kMissing;
         StoreTest::SetUp();
-        config_ = config_.parent_path() / (root().filename().string() + "-todoman.py");
-        testsupport::writeBytes(config_, "path = \"" + root().string() +
-                                             "/*\"\n"
-                                             "date_format = \"%Y-%m-%d\"\ntime_format = \"%H:%M\"\n"
-                                             "default_list = \"Work\"\ndefault_due = 0\n"
-                                             "cache_path = \"" +
-                                             (root().string() + "-todoman.sqlite3") + "\"\n");
+        todoman_.emplace(root(), root().string(), "Work");
     }
-    void TearDown() override {
-        std::error_code ec;
-        fs::remove(config_, ec);
-        fs::remove(root().string() + "-todoman.sqlite3", ec);
-    }
+    void TearDown() override { todoman_.reset(); }
 
     // todoman's exit status and everything it printed.
-    std::pair<int, std::string> todoman(const std::string& arguments) const {
-        const std::string command = "todoman --config '" + config_.string() + "' " + arguments + " 2>&1";
-        std::string output;
-        FILE* pipe = ::popen(command.c_str(), "r");
-        if (pipe == nullptr)
-            return {-1, "cannot run " + command};
-        char buffer[4096];
-        while (const std::size_t n = std::fread(buffer, 1, sizeof buffer, pipe))
-            output.append(buffer, n);
-        const int status = ::pclose(pipe);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+    testsupport::CommandOutput todoman(const std::string& arguments) const {
+        return todoman_->run(arguments);
     }
 
-    fs::path config_ = fs::temp_directory_path() / "unset";
+    std::optional<testsupport::Todoman> todoman_;
 };
 
 TEST_F(TodomanInteropTest, StoreToDoListsAndCompletesInTodoman) {

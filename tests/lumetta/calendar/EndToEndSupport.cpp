@@ -7,14 +7,12 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -22,19 +20,6 @@ namespace caltodo {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-
-CommandOutput runCommand(const std::string& command) {
-    CommandOutput result;
-    FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
-    if (!pipe)
-        return result;
-    char buffer[4096];
-    while (const std::size_t n = std::fread(buffer, 1, sizeof buffer, pipe))
-        result.text.append(buffer, n);
-    const int status = ::pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
-}
 
 fs::path builtPath(const std::string& relative) {
     std::error_code failed;
@@ -83,18 +68,10 @@ CommandOutput CalendarWorld::lumetta(const std::string& arguments) const {
     return runCommand("'" + cli_.string() + "' " + arguments);
 }
 
-bool CalendarWorld::hasTodoman() {
-    return std::system("command -v todoman >/dev/null 2>&1") == 0;
-}
-
-CommandOutput CalendarWorld::todoman(const std::string& arguments, const std::string& environment) const {
-    const fs::path config = scratch_.path() / "todoman.py";
-    if (!fs::exists(config))
-        testsupport::writeBytes(
-            config, "path = \"" + store().string() + "/*\"\ndate_format = \"%Y-%m-%d\"\n" +
-                        "time_format = \"%H:%M\"\ndefault_list = \"Lumetta\"\n" + "cache_path = \"" +
-                        (scratch_.path() / "todoman.sqlite3").string() + "\"\n");
-    return runCommand(environment + " todoman --config '" + config.string() + "' " + arguments);
+CommandOutput CalendarWorld::todoman(const std::string& arguments, const std::string& environment) {
+    if (!todoman_)
+        todoman_.emplace(store(), (scratch_.path() / "calendars").string(), "Lumetta");
+    return todoman_->run(arguments, environment);
 }
 
 pid_t CalendarWorld::calendarPid() {

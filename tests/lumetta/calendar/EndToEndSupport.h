@@ -1,6 +1,8 @@
 #pragma once
 
+#include "support/Commands.h"
 #include "support/MessageFileSupport.h"
+#include "support/Todoman.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -11,12 +13,8 @@
 
 namespace caltodo {
 
-// What a command printed (standard output and error together) and its exit status.
-struct CommandOutput {
-    int status = -1;
-    std::string text;
-};
-CommandOutput runCommand(const std::string& command);
+using testsupport::CommandOutput;
+using testsupport::runCommand;
 
 // A program of this build tree: the test programs sit in <build>/tests, the client's
 // programs in <build>/mailhost and the bundle in <build>/lumetta.
@@ -33,8 +31,8 @@ protected:
     std::filesystem::path store() const { return scratch_.path() / "data" / "calendars"; }
     CommandOutput lumetta(const std::string& arguments) const;
     // todoman over the calendar's store, with `environment` (NAME=value ...) set for it.
-    CommandOutput todoman(const std::string& arguments, const std::string& environment = {}) const;
-    static bool hasTodoman();
+    CommandOutput todoman(const std::string& arguments, const std::string& environment = {});
+    static bool hasTodoman() { return testsupport::Todoman::installed(); }
 
     // The process answering at the calendar's socket (even a stopped one); -1 for none.
     static pid_t calendarPid();
@@ -47,6 +45,7 @@ protected:
     static void awaitEnd(pid_t pid);
 
     testsupport::ScratchFolder scratch_;
+    std::optional<testsupport::Todoman> todoman_;
     std::filesystem::path calendarProgram_;
     std::filesystem::path cli_;
 

@@ -3,6 +3,7 @@
 #include "lumetta/calendar/ICalReplyDecoder.h"
 #include "lumetta/calendar/ICalText.h"
 #include "platform/appleevents/AEDescription.h"
+#include "support/LocalTime.h"
 
 #include <gtest/gtest.h>
 
@@ -10,19 +11,9 @@ using namespace lumetta;
 using namespace platform::appleevents;
 using platform::Date;
 using platform::Value;
+using testsupport::localTime;
 
 namespace {
-
-Date local(int year, int month, int day, int hour, int minute) {
-    std::tm tm{};
-    tm.tm_year = year - 1900;
-    tm.tm_mon = month - 1;
-    tm.tm_mday = day;
-    tm.tm_hour = hour;
-    tm.tm_min = minute;
-    tm.tm_isdst = -1;
-    return Date::fromUnix(static_cast<double>(std::mktime(&tm)));
-}
 
 AppleEvent replyWith(AEDesc direct) {
     AppleEvent reply = AppleEvent::replyTo(AppleEvent::toBundleIdentifier(1, 2, "com.apple.iCal"));
@@ -120,22 +111,24 @@ TEST(ICalReplyDecoderTest, TakesMessageIdentifiersFromUrls) {
 
 // The alarm goes off on the due day at the chosen time, local time; other forms set none.
 TEST(ICalAlarmTimeTest, PutsTheAlarmOnTheDueDay) {
-    const Date due = local(2026, 3, 5, 15, 30);
+    const Date due = localTime(2026, 3, 5, 15, 30);
     const struct {
         Value time;
         std::optional<Date> alarm;
-    } cases[] = {{Value("7:00"), local(2026, 3, 5, 7, 0)},
-                 {Value("18:45"), local(2026, 3, 5, 18, 45)},
+    } cases[] = {{Value("7:00"), localTime(2026, 3, 5, 7, 0)},
+                 {Value("18:45"), localTime(2026, 3, 5, 18, 45)},
                  {Value("7"), std::nullopt},
                  {Value("7:00:00"), std::nullopt},
                  {Value(""), std::nullopt},
                  {Value(), std::nullopt},
-                 {Value("25:00"), local(2026, 3, 6, 1, 0)},
-                 {Value("7:"), local(2026, 3, 5, 7, 0)}};
+                 {Value("25:00"), localTime(2026, 3, 6, 1, 0)},
+                 {Value("7:"), localTime(2026, 3, 5, 7, 0)}};
     for (const auto& c : cases)
         EXPECT_EQ(ICalAlarmTime::onDueDay(due, c.time), c.alarm) << c.time.description();
     // The day is the local one: 23:30 GMT on 5 March is already 6 March in Berlin.
-    EXPECT_EQ(ICalAlarmTime::onDueDay(Date::fromUnix(1772753400), Value("7:00")), local(2026, 3, 6, 7, 0));
+    EXPECT_EQ(ICalAlarmTime::onDueDay(Date::fromUnix(1772753400), Value("7:00")),
+              localTime(2026, 3, 6, 7, 0));
     // Across the change to summer time the wall-clock hour is kept.
-    EXPECT_EQ(ICalAlarmTime::onDueDay(local(2026, 3, 29, 12, 0), Value("7:00")), local(2026, 3, 29, 7, 0));
+    EXPECT_EQ(ICalAlarmTime::onDueDay(localTime(2026, 3, 29, 12, 0), Value("7:00")),
+              localTime(2026, 3, 29, 7, 0));
 }

@@ -12,6 +12,7 @@
 #include "platform/foundation/UserDefaults.h"
 #include "platform/runtime/Runtime.h"
 #include "platform/spotlight/MDItem.h"
+#include "support/LocalTime.h"
 
 #include <thread>
 
@@ -22,21 +23,11 @@ using platform::Dictionary;
 using platform::UserDefaults;
 using platform::Value;
 using platform::appleevents::fourCharCode;
+using testsupport::localTime;
 
 namespace {
 
 constexpr double kNow = 800000000;
-
-Date local(int year, int month, int day, int hour, int minute) {
-    std::tm tm{};
-    tm.tm_year = year - 1900;
-    tm.tm_mon = month - 1;
-    tm.tm_mday = day;
-    tm.tm_hour = hour;
-    tm.tm_min = minute;
-    tm.tm_isdst = -1;
-    return Date::fromUnix(static_cast<double>(std::mktime(&tm)));
-}
 
 AEDesc ldt(Date date) {
     return AEDesc::longDateTime(date).value();
@@ -151,12 +142,12 @@ TEST_F(MessageCalendarTest, WriterThreadDoesNotWaitForTheMainThread) {
 
 // The alarm on the due day follows "lumettaAlarmTime" when "lumettaSetAlarmWithDueDate" asks.
 TEST_F(MessageCalendarTest, AlarmFollowsTheAlarmTime) {
-    const Date due = local(2026, 3, 5, 15, 30);
+    const Date due = localTime(2026, 3, 5, 15, 30);
     const struct {
         Value enabled;
         Value time;
         std::optional<Date> alarm;
-    } cases[] = {{Value(true), Value("7:00"), local(2026, 3, 5, 7, 0)},
+    } cases[] = {{Value(true), Value("7:00"), localTime(2026, 3, 5, 7, 0)},
                  {Value(1), Value("7"), std::nullopt},
                  {Value(1), Value("7:00:00"), std::nullopt},
                  {Value(), Value("7:00"), std::nullopt}};
