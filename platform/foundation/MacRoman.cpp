@@ -157,10 +157,14 @@ Result<std::string> MacRoman::percentEscape(std::string_view utf8) {
     if (!bytes) {
         return bytes.error();
     }
+    return percentEscapeBytes(bytes.value());
+}
+
+std::string MacRoman::percentEscapeBytes(std::string_view bytes) {
     static constexpr char kHex[] = "0123456789ABCDEF";
     std::string escaped;
-    escaped.reserve(bytes.value().size());
-    for (const char c : bytes.value()) {
+    escaped.reserve(bytes.size());
+    for (const char c : bytes) {
         const auto byte = static_cast<unsigned char>(c);
         if (isUrlByte(byte)) {
             escaped.push_back(c);

@@ -25,6 +25,8 @@ public:
     // Encodes to Mac OS Roman, then writes every byte that may not stand in a URL as %XX
     // (upper-case hex): "file:///tmp/a b/Ça.emlx" becomes "file:///tmp/a%20b/%82a.emlx".
     static Result<std::string> percentEscape(std::string_view utf8);
+    // The same escaping over bytes as they stand, whatever their encoding.
+    static std::string percentEscapeBytes(std::string_view bytes);
 
     // The inverse: %XX sequences (either case) become bytes and the bytes are read as Mac
     // OS Roman. A `%` without two hex digits after it is an error.
