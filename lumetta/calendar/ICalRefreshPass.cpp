@@ -61,7 +61,7 @@ std::optional<std::string> whyNotAsked(UserDefaults& defaults) {
 }
 
 // Re-reads one message's to-do into its tags, noting what changed.
-void reread(mailhost::Message& message, std::int64_t row, Array& changes) {
+void rereadOne(mailhost::Message& message, std::int64_t row, Array& changes) {
     const Dictionary before = tagsOf(message);
     platform::runtime::sendVoid(static_cast<platform::runtime::Object*>(&message),
                                 CalendarSelectors::kRefreshFromICal);
@@ -122,7 +122,7 @@ Dictionary ICalRefreshPass::run(LumettaICalToDo& refresher) {
             if (!message)
                 continue;
             ++found;
-            reread(*message, row, changes);
+            rereadOne(*message, row, changes);
         }
     }
 
@@ -142,6 +142,14 @@ Dictionary ICalRefreshPass::run(LumettaICalToDo& refresher) {
     summary.set("left", left);
     summary.set("changes", changes);
     return summary;
+}
+
+Array ICalRefreshPass::reread(const std::vector<std::int64_t>& rows) {
+    Array changes;
+    for (const std::int64_t row : rows)
+        if (const auto message = mailhost::Library::messageWithLibraryID(nullptr, row))
+            rereadOne(*message, row, changes);
+    return changes;
 }
 
 Dictionary ICalRefreshPass::sweepVanished() {
@@ -191,7 +199,7 @@ Dictionary ICalRefreshPass::sweepVanished() {
         if (listed.contains(*row))
             continue;
         ++checked;
-        reread(*message, *row, changes);
+        rereadOne(*message, *row, changes);
     }
     summary.set("asked", true);
     summary.set("linked", linked);

@@ -1,7 +1,11 @@
 #pragma once
 
 #include "lumetta/calendar/LumettaICalToDo.h"
+#include "platform/foundation/Array.h"
 #include "platform/foundation/Dictionary.h"
+
+#include <cstdint>
+#include <vector>
 
 namespace lumetta {
 
@@ -36,6 +40,11 @@ public:
     // cannot be had. Same gate as a pass; the summary has "asked" and "reason" as there,
     // "linked" (messages the index holds as linked), "checked" (re-read) and "changes".
     static platform::Dictionary sweepVanished();
+
+    // Re-reads the messages of these library rows into their tags, changed in the
+    // calendar or not; the changes in the form of a pass's summary. Unknown rows are
+    // passed over.
+    static platform::Array reread(const std::vector<std::int64_t>& rows);
 
     // Whether the calendar application answers events right now.
     static bool calendarRunning();

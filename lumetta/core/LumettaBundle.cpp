@@ -43,6 +43,7 @@ Class& LumettaBundle::registerClass() {
     cls.addInstanceMethod("init", &LumettaBundle::init);
     cls.addInstanceMethod("refreshICalData", &LumettaBundle::refreshICalDataImp);
     cls.addInstanceMethod("lumettaSweepVanishedToDos", &LumettaBundle::lumettaSweepVanishedToDos);
+    cls.addInstanceMethod("lumettaRereadMessagesFromICal:", &LumettaBundle::lumettaRereadMessagesFromICal);
     cls.setFactory([](Class* c) { return std::make_unique<LumettaBundle>(c); });
     return cls;
 }
@@ -154,6 +155,14 @@ void LumettaBundle::refreshICalData() {
 
 platform::Dictionary LumettaBundle::lumettaSweepVanishedToDos(Object*, Sel) {
     return ICalRefreshPass::sweepVanished();
+}
+
+platform::Array LumettaBundle::lumettaRereadMessagesFromICal(Object*, Sel, Value rows) {
+    std::vector<std::int64_t> numbers;
+    if (const platform::Array* given = rows.array())
+        for (const Value& row : given->items())
+            numbers.push_back(row.integerValue());
+    return ICalRefreshPass::reread(numbers);
 }
 
 void LumettaBundle::keywordListModified(const platform::Notification&) {

@@ -31,20 +31,18 @@ namespace {
 //                      Object*, Value calendar, Value title, Value date, Value priority, Value notes
 //                  lumettaDeleteToDoInICal, lumettaViewToDoInICal   Object*
 //                  lumettaICalToDoProperties                        Object* -> std::optional<Dictionary>
-//                  lumettaRefreshDataFromICal                       Object*
-//                  lumettaExtraData                                 Object* -> std::optional<Dictionary>
 //                  lumettaExtraDataForKey:                          Object*, std::string -> Value
 //   on the bundle: refreshICalData, which posts LumettaICalRefreshDidFinish with its summary;
 //                  lumettaSweepVanishedToDos                        Object* -> Dictionary
+//                  lumettaRereadMessagesFromICal:                   Object*, Value rows -> Array
 constexpr const char* kCreateToDo = "lumettaCreateNewICalToDoInCalendar:withTitle:date:priority:notes:";
 constexpr const char* kDeleteToDo = "lumettaDeleteToDoInICal";
 constexpr const char* kViewToDo = "lumettaViewToDoInICal";
 constexpr const char* kToDoProperties = "lumettaICalToDoProperties";
 constexpr const char* kExtraDataForKey = "lumettaExtraDataForKey:";
-constexpr const char* kExtraData = "lumettaExtraData";
-constexpr const char* kRefreshFromICal = "lumettaRefreshDataFromICal";
 constexpr const char* kRefresh = "refreshICalData";
 constexpr const char* kSweep = "lumettaSweepVanishedToDos";
+constexpr const char* kReread = "lumettaRereadMessagesFromICal:";
 constexpr const char* kRefreshFinished = "LumettaICalRefreshDidFinish";
 constexpr const char* kLinkKey = "lumettaICalUID";
 
@@ -103,35 +101,6 @@ std::optional<platform::Date> parseLocalDate(const std::string& text) {
         return platform::Date::fromUnix(static_cast<double>(local));
     }
     return std::nullopt;
-}
-
-// The message's tag keys as its record holds them now.
-Dictionary tagsOf(Object* message) {
-    Dictionary tags;
-    const auto record = platform::runtime::send<std::optional<Dictionary>>(message, kExtraData);
-    if (record && *record)
-        for (const auto& [key, value] : (*record)->entries())
-            if (key.starts_with("lumetta"))
-                tags.set(key, value);
-    return tags;
-}
-
-// Re-reads one message's to-do into its tags, adding what changed to `changes` in the
-// form the bundle's summary uses.
-void reread(Object* message, std::int64_t row, platform::Array& changes) {
-    const Dictionary before = tagsOf(message);
-    platform::runtime::sendVoid(message, kRefreshFromICal);
-    const Dictionary after = tagsOf(message);
-    std::vector<std::string> keys = before.keys();
-    for (const std::string& key : after.keys())
-        if (!before.contains(key))
-            keys.push_back(key);
-    for (const std::string& key : keys)
-        if (!before.get(key).isEqual(after.get(key)))
-            changes.add(Dictionary{{"id", Value(static_cast<long long>(row))},
-                                   {"key", key},
-                                   {"old", before.get(key)},
-                                   {"new", after.get(key)}});
 }
 
 // The principal object of the bundle that refreshes from the calendar.
@@ -345,8 +314,18 @@ int TodoCommands::refresh(const Context& c, const BundleLoader& bundles) const {
     if (summary->get("asked").boolValue()) {
         const Value listed = summary->get("changes");
         platform::Array changes = listed.array() ? *listed.array() : platform::Array();
-        for (const Target& t : named)
-            reread(t.object(), static_cast<LibraryMessage*>(t.message.get())->libraryID(), changes);
+        const auto add = [&changes](const platform::Array& more) {
+            for (const Value& change : more.items())
+                changes.add(change);
+        };
+        if (!named.empty()) {
+            platform::Array rows;
+            for (const Target& t : named)
+                rows.add(Value(
+                    static_cast<long long>(static_cast<LibraryMessage*>(t.message.get())->libraryID())));
+            add(platform::runtime::send<platform::Array>(bundle, kReread, Value(rows))
+                    .value_or(platform::Array()));
+        }
         // A pass cannot see to-dos deleted in the calendar; asked for by hand, the refresh
         // also unlinks the messages that point at one.
         if (platform::runtime::respondsToSelector(bundle, kSweep)) {
@@ -354,8 +333,7 @@ int TodoCommands::refresh(const Context& c, const BundleLoader& bundles) const {
                 platform::runtime::send<Dictionary>(bundle, kSweep).value_or(Dictionary());
             const Value found = sweep.get("changes");
             if (found.array())
-                for (const Value& change : found.array()->items())
-                    changes.add(change);
+                add(*found.array());
             summary->set("sweep", sweep);
         }
         summary->set("changes", changes);

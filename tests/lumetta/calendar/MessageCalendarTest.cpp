@@ -351,3 +351,23 @@ TEST_F(MessageCalendarTest, SweepUnlinksOnlyVanishedToDos) {
     EXPECT_TRUE(tag(*messages[0], "lumettaICalUID").isString());
     EXPECT_TRUE(tag(*messages[2], "lumettaICalUID").isString());
 }
+
+// Messages named by hand are re-read whether or not the calendar lists them as changed;
+// rows the library does not have are passed over.
+TEST_F(MessageCalendarTest, NamedMessagesAreReread) {
+    auto message = add(1);
+    create(*message, Value("Call Bob"));
+    toDoOf(*message).summary = "Call Bob back"; // changed without a new stamp
+    LumettaBundle bundle = makeBundle();
+    platform::Array rows;
+    rows.add(Value(message->libraryID()));
+    rows.add(Value(999));
+    const auto changes = platform::runtime::send<platform::Array>(
+        static_cast<platform::runtime::Object*>(&bundle), "lumettaRereadMessagesFromICal:", Value(rows));
+    ASSERT_TRUE(changes.has_value());
+    ASSERT_EQ(changes->count(), 1u);
+    const Dictionary change = *changes->first().dictionary();
+    EXPECT_EQ(change.get("key"), Value("lumettaICalToDoTitle"));
+    EXPECT_EQ(change.get("new"), Value("Call Bob back"));
+    EXPECT_EQ(tag(*message, "lumettaICalToDoTitle"), Value("Call Bob back"));
+}
