@@ -7,7 +7,7 @@ namespace platform {
 
 namespace {
 
-struct Spec {
+struct Directive {
     std::string flags;
     std::optional<int> width;
     std::optional<int> precision;
@@ -16,10 +16,10 @@ struct Spec {
 
 // Reads "[flags][width][.precision][length]conversion" after a '%'; nullopt when the
 // text there is not a conversion this formatter knows.
-std::optional<Spec> readSpec(std::string_view fmt, std::size_t& i) {
-    Spec spec;
+std::optional<Directive> readDirective(std::string_view fmt, std::size_t& i) {
+    Directive directive;
     while (i < fmt.size() && std::string_view("-+ 0#").find(fmt[i]) != std::string_view::npos)
-        spec.flags += fmt[i++];
+        directive.flags += fmt[i++];
     auto number = [&]() -> std::optional<int> {
         if (i >= fmt.size() || fmt[i] < '0' || fmt[i] > '9')
             return std::nullopt;
@@ -28,60 +28,61 @@ std::optional<Spec> readSpec(std::string_view fmt, std::size_t& i) {
             n = n * 10 + (fmt[i++] - '0');
         return n;
     };
-    spec.width = number();
+    directive.width = number();
     if (i < fmt.size() && fmt[i] == '.') {
         ++i;
-        spec.precision = number().value_or(0);
+        directive.precision = number().value_or(0);
     }
     while (i < fmt.size() && std::string_view("lhqz").find(fmt[i]) != std::string_view::npos)
         ++i;
     if (i >= fmt.size() || std::string_view("@diuxXfgeEs").find(fmt[i]) == std::string_view::npos)
         return std::nullopt;
-    spec.conversion = fmt[i];
-    return spec;
+    directive.conversion = fmt[i];
+    return directive;
 }
 
-std::string printfSpec(const Spec& spec, const char* length, char conversion) {
-    std::string s = "%" + spec.flags;
-    if (spec.width)
-        s += std::to_string(*spec.width);
-    if (spec.precision)
-        s += "." + std::to_string(*spec.precision);
+std::string printfDirective(const Directive& directive, const char* length, char conversion) {
+    std::string s = "%" + directive.flags;
+    if (directive.width)
+        s += std::to_string(*directive.width);
+    if (directive.precision)
+        s += "." + std::to_string(*directive.precision);
     return s + length + conversion;
 }
 
-std::string pad(std::string text, const Spec& spec) {
-    if (spec.precision && text.size() > static_cast<std::size_t>(*spec.precision))
-        text.resize(static_cast<std::size_t>(*spec.precision));
-    if (spec.width && text.size() < static_cast<std::size_t>(*spec.width)) {
-        const std::string fill(static_cast<std::size_t>(*spec.width) - text.size(), ' ');
-        text = spec.flags.find('-') != std::string::npos ? text + fill : fill + text;
+std::string pad(std::string text, const Directive& directive) {
+    if (directive.precision && text.size() > static_cast<std::size_t>(*directive.precision))
+        text.resize(static_cast<std::size_t>(*directive.precision));
+    if (directive.width && text.size() < static_cast<std::size_t>(*directive.width)) {
+        const std::string fill(static_cast<std::size_t>(*directive.width) - text.size(), ' ');
+        text = directive.flags.find('-') != std::string::npos ? text + fill : fill + text;
     }
     return text;
 }
 
-std::string render(const Spec& spec, const Value* arg) {
+std::string render(const Directive& directive, const Value* arg) {
     if (!arg)
-        return pad("(null)", spec);
+        return pad("(null)", directive);
     char buf[128];
-    switch (spec.conversion) {
+    switch (directive.conversion) {
     case '@':
-        return pad(arg->description(), spec);
+        return pad(arg->description(), directive);
     case 's':
-        return pad(arg->stringValue(), spec);
+        return pad(arg->stringValue(), directive);
     case 'd':
     case 'i':
-        std::snprintf(buf, sizeof buf, printfSpec(spec, "ll", 'd').c_str(),
+        std::snprintf(buf, sizeof buf, printfDirective(directive, "ll", 'd').c_str(),
                       static_cast<long long>(arg->integerValue()));
         return buf;
     case 'u':
     case 'x':
     case 'X':
-        std::snprintf(buf, sizeof buf, printfSpec(spec, "ll", spec.conversion).c_str(),
+        std::snprintf(buf, sizeof buf, printfDirective(directive, "ll", directive.conversion).c_str(),
                       static_cast<unsigned long long>(arg->unsignedValue()));
         return buf;
     default:
-        std::snprintf(buf, sizeof buf, printfSpec(spec, "", spec.conversion).c_str(), arg->doubleValue());
+        std::snprintf(buf, sizeof buf, printfDirective(directive, "", directive.conversion).c_str(),
+                      arg->doubleValue());
         return buf;
     }
 }
@@ -103,13 +104,13 @@ std::string format(std::string_view fmt, std::initializer_list<Value> args) {
             continue;
         }
         std::size_t j = i + 1;
-        const auto spec = readSpec(fmt, j);
-        if (!spec) {
+        const auto directive = readDirective(fmt, j);
+        if (!directive) {
             out += '%'; // not a conversion: copied as it stands
             continue;
         }
         const Value* arg = next == args.end() ? nullptr : &*next++;
-        out += render(*spec, arg);
+        out += render(*directive, arg);
         i = j;
     }
     return out;
