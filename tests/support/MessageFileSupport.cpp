@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <fstream>
+#include <sstream>
+#include <stdexcept>
 #include <stdlib.h>
 
 namespace fs = std::filesystem;
@@ -21,7 +23,10 @@ ScratchFolder::~ScratchFolder() {
 }
 
 fs::path realMessagesFolder() {
-    return fs::path(LUMETTA_FIXTURES_DIR) / "emlx-real";
+    const fs::path folder = fs::path(LUMETTA_FIXTURES_DIR) / "emlx-real";
+    if (!fs::is_directory(folder))
+        throw std::runtime_error("the genuine message files are missing: " + folder.string());
+    return folder;
 }
 
 std::vector<fs::path> realMessageFiles() {
@@ -29,8 +34,32 @@ std::vector<fs::path> realMessageFiles() {
     for (const auto& entry : fs::recursive_directory_iterator(realMessagesFolder()))
         if (entry.is_regular_file() && entry.path().extension() == ".emlx")
             out.push_back(entry.path());
+    if (out.empty())
+        throw std::runtime_error("no .emlx file in " + realMessagesFolder().string());
     std::sort(out.begin(), out.end());
     return out;
+}
+
+fs::path realMessage(const std::string& name) {
+    const fs::path path = realMessagesFolder() / name;
+    if (!fs::exists(path))
+        throw std::runtime_error("missing fixture " + path.string());
+    return path;
+}
+
+std::string readRealMessage(const std::string& name) {
+    std::ifstream in(realMessage(name), std::ios::binary);
+    std::ostringstream bytes;
+    bytes << in.rdbuf();
+    return bytes.str();
+}
+
+std::string realMessageBytes(const std::string& name) {
+    const std::string file = readRealMessage(name);
+    const std::size_t lineEnd = file.find('\n');
+    if (lineEnd == std::string::npos)
+        throw std::runtime_error("fixture " + name + " has no count line");
+    return file.substr(lineEnd + 1, std::stoul(file.substr(0, lineEnd)));
 }
 
 std::string syntheticMessage(std::size_t size, int seed) {

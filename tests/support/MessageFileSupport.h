@@ -21,9 +21,14 @@ private:
     std::filesystem::path path_;
 };
 
-// The genuine message files shipped with the fixtures, every .emlx below them.
+// The genuine message files kept in tests/fixtures/emlx-real. A missing fixture throws,
+// so the test that wanted it fails and says which: it never passes by skipping.
 std::filesystem::path realMessagesFolder();
 std::vector<std::filesystem::path> realMessageFiles();
+std::filesystem::path realMessage(const std::string& name);
+std::string readRealMessage(const std::string& name);
+// The message bytes of a genuine file: the count line's number of bytes after it.
+std::string realMessageBytes(const std::string& name);
 
 // A plausible message of about `size` bytes (headers and body, LF endings, ending in
 // LF), different for every `seed`.

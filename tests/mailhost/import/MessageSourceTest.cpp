@@ -1,6 +1,7 @@
 #include "mailhost/import/MessageSource.h"
 
 #include "ImportFiles.h"
+#include "support/MessageFileSupport.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -10,10 +11,7 @@ namespace mailhost {
 namespace {
 
 std::string fixture(const std::string& name) {
-    std::ifstream in(std::filesystem::path(LUMETTA_FIXTURES_DIR) / "emlx-real" / name, std::ios::binary);
-    std::stringstream contents;
-    contents << in.rdbuf();
-    return contents.str();
+    return testsupport::readRealMessage(name);
 }
 
 std::string emlx(const std::string& message, long long flags) {

@@ -3,6 +3,7 @@
 #include "mailhost/HostClasses.h"
 #include "mailhost/mail/Library.h"
 #include "support/GoldenFile.h"
+#include "support/MessageFileSupport.h"
 
 #include <filesystem>
 #include <fstream>
@@ -14,13 +15,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const fs::path kFixtures = fs::path(LUMETTA_FIXTURES_DIR) / "emlx-real";
 
 class LibraryAdoptionTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (!fs::exists(kFixtures))
-            GTEST_SKIP() << "fixtures not found at " << kFixtures;
         registerHostClasses();
         char tmpl[] = "/tmp/lumetta-adopt-XXXXXX";
         dir_ = mkdtemp(tmpl);
@@ -36,7 +34,7 @@ protected:
     fs::path place(const fs::path& root, const std::string& fixture, const fs::path& relative) {
         const fs::path to = root / relative;
         fs::create_directories(to.parent_path());
-        fs::copy_file(kFixtures / fixture, to);
+        fs::copy_file(testsupport::realMessage(fixture), to);
         fs::permissions(to, fs::perms::owner_read | fs::perms::owner_write);
         return to;
     }

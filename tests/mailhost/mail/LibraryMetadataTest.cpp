@@ -124,7 +124,7 @@ TEST_F(LibraryMetadataTest, AnAbandonedImportLeavesNoEntries) {
 
 // Mail adopted from the original client is searchable without rewriting its files.
 TEST_F(LibraryMetadataTest, AdoptedMailIsIndexed) {
-    const fs::path mailbox = fs::path(LUMETTA_FIXTURES_DIR) / "emlx-real" / "layout-example";
+    const fs::path mailbox = testsupport::realMessagesFolder() / "layout-example";
     auto report = LibraryAdoption::adoptMailbox(*library_, mailbox, "Adopted");
     ASSERT_TRUE(report.ok()) << report.error().message;
     ASSERT_EQ(report.value().messages, 1u);

@@ -9,6 +9,8 @@
 #include "platform/foundation/Value.h"
 #include "platform/runtime/Runtime.h"
 
+#include "support/MessageFileSupport.h"
+
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <set>
@@ -20,7 +22,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const char kFixture[] = LUMETTA_FIXTURES_DIR "/emlx-real/01-mail10.3-full-multipart-alt-114862.emlx";
+const char kFixture[] = "01-mail10.3-full-multipart-alt-114862.emlx";
 
 std::string messageText(int n) {
     return "From: Ada <ada@example.org>\nSubject: Note " + std::to_string(n) + "\nMessage-ID: <note-" +
@@ -97,7 +99,7 @@ TEST_F(LibraryStoreTest, RebuildMakesTheIndexMatchTheFiles) {
     auto deleted = add(2);
     ASSERT_TRUE(library_->createMailbox("INBOX/Receipts").ok());
     auto nested = add(3, "INBOX/Receipts");
-    fs::copy_file(kFixture, inbox() / "114862.emlx");
+    fs::copy_file(testsupport::realMessage(kFixture), inbox() / "114862.emlx");
     fs::remove(deleted->path());
     {
         auto file = EmlxFile::read(flagged->path());
@@ -109,7 +111,7 @@ TEST_F(LibraryStoreTest, RebuildMakesTheIndexMatchTheFiles) {
     }
     ASSERT_TRUE(platform::AtomicFile::write(inbox() / "500.emlx", "not a message file\n").ok());
     fs::create_directories(root_ / "INBOX.mbox" / "Data" / "2" / "1" / "Messages");
-    fs::copy_file(kFixture, root_ / "INBOX.mbox" / "Data" / "2" / "1" / "Messages" / "12345.emlx");
+    fs::copy_file(testsupport::realMessage(kFixture), root_ / "INBOX.mbox" / "Data" / "2" / "1" / "Messages" / "12345.emlx");
 
     auto rebuilt = store_->rebuildTableOfContents();
     ASSERT_TRUE(rebuilt.ok()) << rebuilt.error().message;

@@ -1,6 +1,7 @@
 #include "platform/foundation/PropertyList.h"
 
 #include "support/GoldenFile.h"
+#include "support/MessageFileSupport.h"
 
 #include <climits>
 #include <cmath>
@@ -16,7 +17,6 @@ namespace fs = std::filesystem;
 namespace {
 
 const fs::path kData = LUMETTA_TEST_DATA_DIR;
-const fs::path kFixtures = LUMETTA_FIXTURES_DIR;
 
 void expectGolden(const std::string& name, const std::string& actual) {
     const std::string diff = testsupport::compareWithGolden(kData / name, actual);
@@ -94,10 +94,7 @@ TEST(PropertyListXml, RewritesRealMessageTailsByteForByte) {
                            "09-mail9.1-b64-utf8-subject-real-dates-crb912-1.emlx",
                            "03-unpadded-count-php-mailer-11507.emlx"};
     for (const char* name : files) {
-        const fs::path path = kFixtures / "emlx-real" / name;
-        if (!fs::exists(path))
-            GTEST_SKIP() << "fixtures not found at " << kFixtures;
-        const std::string bytes = testsupport::readFile(path);
+        const std::string bytes = testsupport::readRealMessage(name);
         const auto start = bytes.find("<?xml");
         ASSERT_NE(start, std::string::npos) << name;
         const std::string tail = bytes.substr(start);
