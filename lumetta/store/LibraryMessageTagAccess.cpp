@@ -21,10 +21,11 @@ using platform::Value;
 
 namespace {
 
-// Both tables are keyed by message identifier and guarded by one lock, held only
+// The tables are keyed by message identifier and guarded by one lock, held only
 // while a table is looked up or changed, never while a file is read.
 platform::MapTable<std::string, Dictionary>* libraryMessageData = nullptr;
 platform::MapTable<std::string, std::unordered_set<std::uintptr_t>>* libraryMessageInstances = nullptr;
+platform::MapTable<std::string, Dictionary>* libraryMessageSavedTags = nullptr;
 platform::Lock* libraryMessageTableLock = nullptr;
 platform::runtime::DeallocImp savedDealloc = nullptr;
 
@@ -67,6 +68,7 @@ void saveOne(LibraryMessage& message) {
 void LibraryMessageTagAccess::load() {
     libraryMessageData = new platform::MapTable<std::string, Dictionary>(4); // live as long as the process
     libraryMessageInstances = new platform::MapTable<std::string, std::unordered_set<std::uintptr_t>>(4);
+    libraryMessageSavedTags = new platform::MapTable<std::string, Dictionary>(4);
     libraryMessageTableLock = new platform::Lock;
     libraryMessageClass = platform::runtime::Runtime::classNamed(LibraryMessage::kClassName);
     libraryClass = platform::runtime::Runtime::classNamed(mailhost::Library::kClassName);
@@ -109,6 +111,7 @@ std::optional<Dictionary> LibraryMessageTagAccess::lumettaExtraData(Object* self
             record = *raced;
         } else if (loaded) {
             libraryMessageData->setObject(*loaded, id);
+            libraryMessageSavedTags->setObject(TagRecord::tagSnapshot(*loaded), id);
             record = loaded;
         }
     }
@@ -141,6 +144,9 @@ void LibraryMessageTagAccess::lumettaSetExtraDataTo(Object* self, Sel, std::opti
     const std::string id = message->messageID();
     platform::Lock::Guard guard(*libraryMessageTableLock);
     libraryMessageData->setObject(record->mutableCopy(), id);
+    // A record handed over whole did not come from the file: its next save writes it
+    // as it is.
+    libraryMessageSavedTags->removeObjectForKey(id);
 }
 
 void LibraryMessageTagAccess::lumettaSetExtraData(Object* self, Sel, Value value, std::string key) {
@@ -171,9 +177,28 @@ void LibraryMessageTagAccess::lumettaDealloc(Object* self, Sel selector) {
         if (!tokens || tokens->empty()) {
             libraryMessageInstances->removeObjectForKey(id);
             libraryMessageData->removeObjectForKey(id);
+            libraryMessageSavedTags->removeObjectForKey(id);
         }
     }
     savedDealloc(self, selector);
+}
+
+std::optional<Dictionary> LibraryMessageTagAccess::tagsAsSaved(const std::string& messageID) {
+    platform::Lock::Guard guard(*libraryMessageTableLock);
+    const Dictionary* tags = libraryMessageSavedTags->objectForKey(messageID);
+    return tags ? std::optional<Dictionary>(*tags) : std::nullopt;
+}
+
+void LibraryMessageTagAccess::setTagsAsSaved(const std::string& messageID, Dictionary tags) {
+    platform::Lock::Guard guard(*libraryMessageTableLock);
+    // Only beside a live record: without one the next fetch reads the file afresh.
+    if (libraryMessageData->objectForKey(messageID))
+        libraryMessageSavedTags->setObject(std::move(tags), messageID);
+}
+
+void LibraryMessageTagAccess::forgetTagsAsSaved(const std::string& messageID) {
+    platform::Lock::Guard guard(*libraryMessageTableLock);
+    libraryMessageSavedTags->removeObjectForKey(messageID);
 }
 
 LibraryMessageTagAccess::TableSizes LibraryMessageTagAccess::tableSizesForTesting() {

@@ -29,6 +29,14 @@ public:
     static void lumettaSetExtraData(Object* self, Sel, platform::Value value, std::string key);
     static void lumettaRemoveExtraDataForKey(Object* self, Sel, std::string key);
 
+    // The tag keys the message's file held when its record was read from it or last
+    // saved into it, kept beside the record and dropped with it. A save compares the
+    // record with these to know which tags this process changed, and leaves the
+    // others as the file holds them now, which another process may have changed.
+    static std::optional<platform::Dictionary> tagsAsSaved(const std::string& messageID);
+    static void setTagsAsSaved(const std::string& messageID, platform::Dictionary tags);
+    static void forgetTagsAsSaved(const std::string& messageID);
+
     struct TableSizes {
         std::size_t records = 0;
         std::size_t tokenSets = 0;

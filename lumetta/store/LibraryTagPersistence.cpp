@@ -4,12 +4,14 @@
 #include "lumetta/core/DebugLogging.h"
 #include "lumetta/core/MethodReplacement.h"
 #include "lumetta/store/EmlxTailReader.h"
+#include "lumetta/store/LibraryMessageTagAccess.h"
 #include "lumetta/store/MessageTags.h"
 #include "lumetta/store/TagKeys.h"
 #include "lumetta/store/TagRecord.h"
 #include "mailhost/mail/LibraryMessage.h"
 #include "mailhost/mail/OutgoingMessage.h"
 #include "mailhost/mail/RecoveredMessage.h"
+#include "platform/foundation/NotificationCenter.h"
 #include "platform/foundation/PropertyList.h"
 #include "platform/foundation/RunLoop.h"
 #include "platform/runtime/Send.h"
@@ -123,6 +125,15 @@ void LibraryTagPersistence::load() {
         &lumettaDuplicateMessages);
     savedUpdateFile = replaceLibraryMethod(
         *cls, "updateFileForMessage:", "lumettaUpdateFileForMessage:", &lumettaUpdateFileForMessage);
+    platform::NotificationCenter::defaultCenter().addObserver(
+        std::string(Library::kMessagesNotSavedNotification), nullptr, [](const platform::Notification& note) {
+            std::vector<std::int64_t> rows;
+            const Value ids = note.userInfo.get("libraryIDs");
+            if (ids.isArray())
+                for (const Value& id : ids.array()->items())
+                    rows.push_back(id.intValue());
+            messagesNotSaved(rows);
+        });
 }
 
 std::optional<std::string> LibraryTagPersistence::lumettaMetaDataFromEmlxFile(Class*, Sel, std::string path,
@@ -205,6 +216,52 @@ void LibraryTagPersistence::mergeMetadata(Dictionary& target, Message& message) 
     lumettaMergeMetadataTo(nullptr, {}, target, &message);
 }
 
+void LibraryTagPersistence::mergeForSave(Dictionary& target, Message& message) {
+    if (!isStored(&message)) {
+        mergeMetadata(target, message);
+        return;
+    }
+    // The host hands over the file's property list as it is now, read under the
+    // library's write lock. Another process may have changed its tags since this one
+    // read them: only the tags changed here go in, and the record learns the rest, so
+    // that two taggers working on the same messages at once both keep their changes.
+    const std::string id = message.messageID();
+    auto record = MessageTags::lumettaExtraData(message);
+    auto asSaved = LibraryMessageTagAccess::tagsAsSaved(id);
+    if (record && asSaved) {
+        TagRecord::mergeChanges(target, *record, *asSaved);
+        TagRecord::takeTags(*record, TagRecord::tagKeysOnly(target));
+    } else {
+        mergeMetadata(target, message);
+    }
+    // Never the host's to keep, whoever put it there.
+    target.remove(TagKeys::kTagsToRemove);
+    // What the file holds after this save, and the removals it carried out: those are
+    // not made again over a key that another process puts back later.
+    Dictionary asSavedNow = TagRecord::tagSnapshot(target);
+    if (record)
+        if (const auto removals = TagRecord::pendingRemovals(*record); !removals.empty()) {
+            platform::Array done;
+            for (const std::string& key : removals)
+                done.add(key);
+            asSavedNow.set(TagKeys::kTagsToRemove, done);
+        }
+    LibraryMessageTagAccess::setTagsAsSaved(id, std::move(asSavedNow));
+}
+
+void LibraryTagPersistence::messagesNotSaved(const std::vector<std::int64_t>& rows) {
+    for (std::int64_t row : rows) {
+        auto message = Library::messageWithLibraryID(nullptr, row);
+        if (!message)
+            continue;
+        // The next save writes the record as a whole again, and the index shows what
+        // the file still holds.
+        LibraryMessageTagAccess::forgetTagsAsSaved(message->messageID());
+        const std::string path = Library::dataPathForMessage(message.get());
+        updateSpotlight(metaDataDictionary(path, message.get()).value_or(Dictionary()), message.get(), path);
+    }
+}
+
 std::string LibraryTagPersistence::lumettaPlistDataForMessage(Class* cls, Sel selector, Message* message,
                                                               std::string subject, std::string sender,
                                                               std::string to, double dateSent,
@@ -213,7 +270,7 @@ std::string LibraryTagPersistence::lumettaPlistDataForMessage(Class* cls, Sel se
                                                               std::uint64_t flags, Dictionary merge) {
     Dictionary merged = merge.mutableCopy();
     if (message && MessageTags::respondsToExtraData(*message))
-        mergeMetadata(merged, *message);
+        mergeForSave(merged, *message);
     return savedPlistData(cls, selector, message, std::move(subject), std::move(sender), std::move(to),
                           dateSent, std::move(remoteID), std::move(originalMailbox), flags, merged);
 }

@@ -64,6 +64,12 @@ public:
     // Calls from the rest of the plug-in.
     static std::optional<platform::Dictionary> metaDataDictionary(const std::string& path, Message* message);
     static void mergeMetadata(platform::Dictionary& target, Message& message);
+    // The merge a save makes: for a stored message, only the tags changed in this
+    // process go over what the file holds now; otherwise as mergeMetadata.
+    static void mergeForSave(platform::Dictionary& target, Message& message);
+    // After the host failed to save these rows: their records are written whole next
+    // time, and their metadata goes back to what their files hold.
+    static void messagesNotSaved(const std::vector<std::int64_t>& rows);
 };
 
 } // namespace lumetta

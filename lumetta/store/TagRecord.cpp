@@ -3,6 +3,8 @@
 #include "lumetta/store/TagKeys.h"
 #include "platform/foundation/Set.h"
 
+#include <algorithm>
+
 namespace lumetta {
 
 using platform::Dictionary;
@@ -66,6 +68,94 @@ void TagRecord::mergeTagKeys(Dictionary& target, const Dictionary& source) {
     for (const std::string& key : pendingRemovals(source))
         if (!source.contains(key))
             target.remove(key);
+}
+
+namespace {
+
+std::vector<Value> elementsOf(const Value& value) {
+    if (const platform::Array* array = value.array())
+        return array->items();
+    return {};
+}
+
+bool holds(const std::vector<Value>& items, const Value& item) {
+    return std::find(items.begin(), items.end(), item) != items.end();
+}
+
+// Keywords are a set in all but order: both sides' additions and removals are kept.
+Value mergedKeywords(const Value& theirs, const Value& ours, const Value& asSaved) {
+    const std::vector<Value> saved = elementsOf(asSaved);
+    const std::vector<Value> mine = elementsOf(ours);
+    platform::Array result;
+    std::vector<Value> kept;
+    for (const Value& keyword : elementsOf(theirs))
+        if (!holds(kept, keyword) && !(holds(saved, keyword) && !holds(mine, keyword))) {
+            kept.push_back(keyword);
+            result.add(keyword);
+        }
+    for (const Value& keyword : mine)
+        if (!holds(saved, keyword) && !holds(kept, keyword)) {
+            kept.push_back(keyword);
+            result.add(keyword);
+        }
+    // An empty list stays one when this side made it so; otherwise no keywords is no key.
+    return kept.empty() && !ours.isArray() ? Value() : Value(result);
+}
+
+bool isKeywordList(const Value& value) {
+    return value.isNull() || value.isArray();
+}
+
+} // namespace
+
+void TagRecord::mergeChanges(Dictionary& target, const Dictionary& record, const Dictionary& asSaved) {
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : record.entries())
+        if (TagKeys::isTagKey(key))
+            keys.push_back(key);
+    for (const auto& [key, value] : asSaved.entries())
+        if (TagKeys::isTagKey(key) && !record.contains(key))
+            keys.push_back(key);
+    // A removal asked for since the last save goes, even of a key this side never saw.
+    const std::vector<std::string> carriedOut = pendingRemovals(asSaved);
+    for (const std::string& key : pendingRemovals(record))
+        if (!record.contains(key) && std::find(carriedOut.begin(), carriedOut.end(), key) == carriedOut.end())
+            target.remove(key);
+    for (const std::string& key : keys) {
+        const Value ours = record.get(key);
+        const Value saved = asSaved.get(key);
+        if (ours == saved)
+            continue;
+        const Value theirs = target.get(key);
+        const Value value =
+            key == TagKeys::kKeyWords && isKeywordList(ours) && isKeywordList(saved) && isKeywordList(theirs)
+                ? mergedKeywords(theirs, ours, saved)
+                : ours;
+        if (value.isNull())
+            target.remove(key);
+        else
+            target.set(key, value);
+    }
+}
+
+void TagRecord::takeTags(Dictionary& record, const Dictionary& tags) {
+    std::vector<std::string> gone;
+    for (const auto& [key, value] : record.entries())
+        if (TagKeys::isTagKey(key) && !tags.contains(key))
+            gone.push_back(key);
+    for (const std::string& key : gone)
+        record.remove(key);
+    for (const auto& [key, value] : tags.entries())
+        if (record.get(key) != value)
+            record.set(key, value);
+}
+
+Dictionary TagRecord::tagSnapshot(const Dictionary& record) {
+    Dictionary tags;
+    for (const auto& [key, value] : record.entries())
+        if (TagKeys::isTagKey(key))
+            tags.set(key, value.deepCopy());
+    return tags;
 }
 
 Dictionary TagRecord::tagKeysOnly(const Dictionary& record) {

@@ -33,6 +33,19 @@ public:
     // key of the source's removal set that the source has no value for. Keys without
     // the prefix, the removal set among them, are never copied.
     static void mergeTagKeys(platform::Dictionary& target, const platform::Dictionary& source);
+    // Brings into `target` (a message file's property list as it is now) the tags that
+    // `record` changed since the file held `asSaved`: a changed key takes the record's
+    // value, or goes when the record dropped it; keywords take the ones added and lose
+    // the ones removed, keeping those someone else put into the file meanwhile. Keys
+    // the record did not change keep the file's value. A pending removal not yet
+    // carried out (not in the removal set of `asSaved`) takes the key out.
+    static void mergeChanges(platform::Dictionary& target, const platform::Dictionary& record,
+                             const platform::Dictionary& asSaved);
+    // Makes the tag keys of `record` those of `tags`, touching only keys that differ.
+    static void takeTags(platform::Dictionary& record, const platform::Dictionary& tags);
+    // The tag keys of `record` as they are now, in containers of their own, so that
+    // later edits of the record in place do not reach the copy.
+    static platform::Dictionary tagSnapshot(const platform::Dictionary& record);
     // Only the tag keys of `record`, in a new dictionary.
     static platform::Dictionary tagKeysOnly(const platform::Dictionary& record);
 

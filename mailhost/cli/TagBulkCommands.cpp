@@ -1,8 +1,10 @@
 #include "mailhost/cli/TagBulkCommands.h"
 
+#include "mailhost/cli/SaveFailures.h"
 #include "mailhost/viewer/MessageViewer.h"
 #include "platform/runtime/Send.h"
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <unistd.h>
@@ -76,15 +78,19 @@ int TagBulkCommands::run(const Context& c, const MessageSelection::Options& sele
     const std::size_t portion = plan.value().clearsAll() ? kClearAllPortion : kPortion;
     const bool progress = ::isatty(STDERR_FILENO) && all.size() > portion;
     InterruptGuard guard;
+    SaveFailures unsaved;
     std::size_t done = 0;
     while (done < all.size() && !interrupted) {
         const std::size_t end = std::min(all.size(), done + portion);
         viewer->setSelectedMessages(MessageList(all.begin() + static_cast<std::ptrdiff_t>(done),
                                                 all.begin() + static_cast<std::ptrdiff_t>(end)));
         std::string why;
-        if (!plan.value().apply(*viewer, why)) {
-            c.err << (progress ? "\r\033[K" : "") << "lumetta tag: " << why << "; " << messages(done)
-                  << " were changed before\n";
+        const bool applied = plan.value().apply(*viewer, why);
+        unsaved.collect();
+        if (!applied) {
+            c.err << (progress ? "\r\033[K" : "") << "lumetta tag: " << why << "; "
+                  << messages(done - std::min(done, unsaved.messages())) << " were changed before\n";
+            unsaved.print(c.err);
             return kFailed;
         }
         done = end;
@@ -94,12 +100,20 @@ int TagBulkCommands::run(const Context& c, const MessageSelection::Options& sele
     viewer->setSelectedMessages({});
     if (progress)
         c.err << "\r\033[K" << std::flush;
+    // Only what reached the files counts as changed.
+    const std::size_t saved = done - std::min(done, unsaved.messages());
     if (interrupted) {
-        c.err << "lumetta tag: interrupted; " << messages(done) << " of " << all.size()
+        c.err << "lumetta tag: interrupted; " << messages(saved) << " of " << all.size()
               << " were changed, the rest are as they were\n";
+        unsaved.print(c.err);
         return kFailed;
     }
-    c.out << messages(done) << ": " << plan.value().summary() << "\n";
+    if (saved > 0)
+        c.out << messages(saved) << ": " << plan.value().summary() << "\n";
+    if (!unsaved.empty()) {
+        unsaved.print(c.err);
+        return kFailed;
+    }
     return 0;
 }
 

@@ -8,6 +8,7 @@
 #include "mailhost/cli/MetadataCommands.h"
 #include "mailhost/cli/PreferenceCommandLine.h"
 #include "mailhost/cli/RuleCommands.h"
+#include "mailhost/cli/SaveFailures.h"
 #include "mailhost/cli/TagCommandLine.h"
 #include "mailhost/cli/TagCommands.h"
 #include "mailhost/cli/TodoCommands.h"
@@ -221,6 +222,14 @@ int main(int argc, char** argv) {
         status = mailhost::DefaultsCommand::remove(standard, key, std::cerr);
     } else {
         std::cout << app.help();
+    }
+    // Whatever a command saved and the library could not write is told, and fails it:
+    // a change reported as done must be in the files.
+    mailhost::SaveFailures unsaved;
+    unsaved.collect();
+    if (!unsaved.empty()) {
+        unsaved.print(std::cerr);
+        status = status ? status : 1;
     }
     if (auto r = standard.synchronize(); !r) {
         std::cerr << "lumetta: settings not saved: " << r.error().message << "\n";

@@ -9,6 +9,11 @@ using platform::Result;
 
 namespace mailhost {
 
+bool FileLayer::refusesWriting(int error) {
+    return error == EACCES || error == EPERM || error == EROFS || error == ELOOP || error == ETXTBSY ||
+           error == EISDIR;
+}
+
 platform::Error pathError(const std::filesystem::path& path, const platform::Error& error) {
     return platform::makeError(path.string() + ": " + error.message, error.code);
 }

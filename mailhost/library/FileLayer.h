@@ -23,6 +23,12 @@ public:
 
     virtual ~FileLayer() = default;
 
+    // Whether an open for writing that failed with `error` will keep failing until a
+    // person changes the file (its permissions, an immutable flag, a read-only mount, a
+    // link where a file should be). Nothing was written to such a file, so a write to it
+    // is given up rather than kept to be tried again.
+    static bool refusesWriting(int error);
+
     // open(2); O_CLOEXEC is always added. New files get `mode` (before the umask).
     virtual platform::Result<int> open(const std::filesystem::path& path, int flags, mode_t mode) = 0;
     virtual void close(int fd) = 0;

@@ -46,22 +46,39 @@ TailWriter::TailWriter(std::filesystem::path root, FileLayer& files)
 TailWriter::TailWriter(std::filesystem::path root, FileLayer& files, Options options)
     : files_(files), options_(options), journal_(std::move(root), files) {}
 
+Result<void> TailWriter::lock() {
+    mutex_.lock();
+    if (depth_++ > 0)
+        return {};
+    auto locked = journal_.lock();
+    // The journal holds one batch at a time: one left unfinished by a failed write
+    // is completed before another may take its place.
+    Result<WriteJournal::ReplayReport> pending = locked ? journal_.replayPending() : locked.error();
+    if (pending)
+        return {};
+    if (locked)
+        journal_.unlock();
+    --depth_;
+    mutex_.unlock();
+    if (!locked)
+        return locked.error();
+    return makeError("an earlier write of message files is unfinished and cannot be completed yet: " +
+                         pending.error().message,
+                     pending.error().code);
+}
+
+void TailWriter::unlock() {
+    if (--depth_ == 0)
+        journal_.unlock();
+    mutex_.unlock();
+}
+
 Result<TailWriter::BatchResult> TailWriter::write(std::span<const TailWrite> batch,
                                                   const Committed& committed) {
-    std::lock_guard guard(mutex_);
-    if (auto locked = journal_.lock(); !locked)
+    if (auto locked = lock(); !locked)
         return locked.error();
-    // The journal holds one batch at a time: one left unfinished by a failed write
-    // is completed before this one may take its place.
-    auto pending = journal_.replayPending();
-    if (!pending) {
-        journal_.unlock();
-        return makeError("an earlier write of message files is unfinished and cannot be completed yet: " +
-                             pending.error().message,
-                         pending.error().code);
-    }
     auto result = writeLocked(batch, committed);
-    journal_.unlock();
+    unlock();
     return result;
 }
 
@@ -94,8 +111,10 @@ void TailWriter::plan(std::span<const TailWrite> batch, BatchResult& result,
         }
         auto fd = files_.open(w.path, O_RDWR, 0);
         if (!fd) {
-            result.files[i] =
-                fd.error().code == ENOENT ? skipped(path, "it no longer exists") : failed(path, fd.error());
+            result.files[i] = fd.error().code == ENOENT ? skipped(path, "it no longer exists")
+                              : FileLayer::refusesWriting(fd.error().code)
+                                  ? skipped(path, "it cannot be written: " + fd.error().message)
+                                  : failed(path, fd.error());
             continue;
         }
         FileLayer::Handle handle(files_, fd.value());
@@ -114,6 +133,8 @@ void TailWriter::plan(std::span<const TailWrite> batch, BatchResult& result,
 
 TailWriter::FileResult TailWriter::writeOne(const WriteJournal::Record& r, const Planned& p) {
     auto fd = files_.open(r.path, O_RDWR, 0);
+    if (!fd && FileLayer::refusesWriting(fd.error().code))
+        return skipped(r.path, "it cannot be written: " + fd.error().message);
     if (!fd)
         return failed(r.path, fd.error(), "the write journal completes it later");
     FileLayer::Handle handle(files_, fd.value());

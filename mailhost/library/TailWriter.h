@@ -40,6 +40,11 @@ struct TailWrite {
 // before the next one starts (or when the library next opens). One writer serves
 // one library; calls from several threads take turns, and writers in other
 // processes are kept out by the journal's lock.
+//
+// The journal's lock is the library's write lock. A caller that reads files to
+// decide their new tails takes it first (lock()), so that what it read is still
+// what the files hold when the batch is written: a tail computed from a file that
+// another process changed in between would drop that process's change.
 class TailWriter {
 public:
     // Old tails up to this size are kept in memory during a batch so that a failed
@@ -77,6 +82,12 @@ public:
     TailWriter(std::filesystem::path root, FileLayer& files = RealFileLayer::instance());
     TailWriter(std::filesystem::path root, FileLayer& files, Options options);
 
+    // Takes the library's write lock, waiting for writers in other processes, and
+    // completes a batch an earlier failure left in the journal. Calls nest on one
+    // thread; write() inside them does not lock again.
+    [[nodiscard]] platform::Result<void> lock();
+    void unlock();
+
     // An error means nothing was written (the journal could not be written, or an
     // earlier unfinished batch could not be completed); otherwise the result says
     // what happened to each file.
@@ -105,7 +116,8 @@ private:
     FileLayer& files_;
     Options options_;
     WriteJournal journal_;
-    std::mutex mutex_;
+    std::recursive_mutex mutex_;
+    int depth_ = 0; // lock() calls of the thread holding mutex_
 };
 
 } // namespace mailhost

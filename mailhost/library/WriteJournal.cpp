@@ -192,6 +192,12 @@ Result<bool> WriteJournal::apply(const Record& r) {
             logSkip(r.path, "it no longer exists");
             return false;
         }
+        // Untouched, and it stays so until a person lets it be written: holding the
+        // batch for it would keep the whole library from opening.
+        if (FileLayer::refusesWriting(fd.error().code)) {
+            logSkip(r.path, "it cannot be written: " + fd.error().message);
+            return false;
+        }
         return pathError(r.path, fd.error());
     }
     FileLayer::Handle handle(files_, fd.value());

@@ -13,7 +13,9 @@
 #include "platform/runtime/Seam.h"
 
 #include <atomic>
+#include <mutex>
 #include <set>
+#include <utility>
 
 namespace mailhost {
 
@@ -93,8 +95,8 @@ Class& Library::registerClass() {
     return cls;
 }
 
-Library::Library(fs::path root, std::unique_ptr<EnvelopeIndex> index)
-    : layout_(root), index_(std::move(index)), tailWriter_(root) {}
+Library::Library(fs::path root, std::unique_ptr<EnvelopeIndex> index, FileLayer& files)
+    : layout_(root), index_(std::move(index)), tailWriter_(root, files), intentLog_(root) {}
 
 Library::~Library() {
     Library* self = this;
@@ -105,8 +107,8 @@ Library* Library::current() {
     return currentLibrary.load();
 }
 
-Result<std::unique_ptr<Library>> Library::open(const fs::path& root, bool create,
-                                               bool withStandardMailboxes) {
+Result<std::unique_ptr<Library>> Library::open(const fs::path& root, bool create, bool withStandardMailboxes,
+                                               FileLayer& files) {
     registerClass();
     std::error_code ec;
     const LibraryLayout layout(root);
@@ -118,20 +120,24 @@ Result<std::unique_ptr<Library>> Library::open(const fs::path& root, bool create
     if (ec)
         return platform::makeError("cannot create " + root.string() + ": " + ec.message(), ec.value());
     // A batch of tail writes that a crash interrupted is finished before anything reads.
-    auto replay = WriteJournal::replay(root);
+    auto replay = WriteJournal::replay(root, files);
     if (!replay)
         return platform::makeError("cannot finish the interrupted write in " + root.string() + ": " +
                                    replay.error().message);
     auto index = EnvelopeIndex::open(layout.envelopeIndexPath());
     if (!index)
         return index.error();
-    std::unique_ptr<Library> library(new Library(root, std::move(index.value())));
+    std::unique_ptr<Library> library(new Library(root, std::move(index.value()), files));
     library->reloadFlagsFromFiles(replay.value().paths);
     // Searching is a convenience over the files: a library whose metadata index cannot be
     // opened still reads and writes mail.
     if (auto metadata = platform::spotlight::MetadataStore::open(root)) {
         library->metadata_ = std::move(metadata.value());
         platform::spotlight::MetadataStore::setCurrent(library->metadata_.get());
+        library->metadata_->setAttributeWriteObserver([log = &library->intentLog_](std::string_view path) {
+            if (!FileWriteScope::active())
+                log->note(path);
+        });
     } else {
         platform::Log::line("The metadata index of " + root.string() +
                             " cannot be opened; searches will find nothing: " + metadata.error().message);
@@ -141,7 +147,32 @@ Result<std::unique_ptr<Library>> Library::open(const fs::path& root, bool create
             if (auto box = library->createMailbox(name); !box)
                 return box.error();
     currentLibrary.store(library.get());
+    // Files whose index entries may differ from them: those the replayed batch wrote,
+    // and those a process that ended mid-change had mirrored ahead of their files.
+    if (library->metadata_) {
+        auto orphans = IndexIntentLog::orphans(root);
+        std::vector<std::string> unsettled = replay.value().paths;
+        unsettled.insert(unsettled.end(), orphans.paths().begin(), orphans.paths().end());
+        library->bringIndexInStep(unsettled);
+        orphans.discard();
+    }
     return library;
+}
+
+void Library::bringIndexInStep(const std::vector<std::string>& paths) {
+    MessageList messages;
+    std::set<std::int64_t> seen;
+    for (const std::string& path : paths)
+        if (auto where = layout_.locate(path); where && seen.insert(where->rowid).second)
+            if (auto message = this->message(where->rowid))
+                messages.push_back(std::move(message));
+    if (messages.empty())
+        return;
+    platform::Log::line("Metadata index: bringing " + std::to_string(messages.size()) +
+                        " messages in step with their files after an interrupted change");
+    markChanged(messages);
+    if (auto written = writeChangedMessages(); !written)
+        platform::Log::line("Metadata index: " + written.error().message);
 }
 
 Result<MailboxRecord> Library::createMailbox(const std::string& name) {
@@ -217,6 +248,7 @@ Result<std::shared_ptr<LibraryMessage>> Library::addMessage(const std::string& m
     const std::string path = message->path().string();
     std::error_code ec;
     fs::create_directories(message->path().parent_path(), ec);
+    FileWriteScope writing;
     if (plistBytes.empty() ||
         !(*seams().writeWithBody)(seams().cls, path, message.get(), bytes, plistBytes)) {
         (void)index_->remove(envelope.rowid);
@@ -373,6 +405,75 @@ void Library::hostUpdateMessageFiles(Class*, Sel) {
             platform::Log::line("Could not save messages: " + written.error().message);
 }
 
+namespace {
+
+std::mutex failuresMutex;
+std::vector<Library::WriteFailure>& failureList() {
+    static std::vector<Library::WriteFailure> failures;
+    return failures;
+}
+
+thread_local int fileWriteDepth = 0;
+
+// The flag word to save: the bits this process changed since it read the message, over
+// the word the file holds now, which another process may have changed meanwhile.
+std::uint64_t mergedFlags(std::uint64_t asRead, std::uint64_t ours, const EmlxFile& file) {
+    const Value& inFile = file.plist().get("flags");
+    const std::uint64_t theirs = inFile.isNull() ? asRead : inFile.unsignedValue();
+    const std::uint64_t changed = asRead ^ ours;
+    return (theirs & ~changed) | (ours & changed);
+}
+
+} // namespace
+
+Library::FileWriteScope::FileWriteScope() {
+    ++fileWriteDepth;
+}
+
+Library::FileWriteScope::~FileWriteScope() {
+    --fileWriteDepth;
+}
+
+bool Library::FileWriteScope::active() {
+    return fileWriteDepth > 0;
+}
+
+std::vector<Library::WriteFailure> Library::takeWriteFailures() {
+    std::lock_guard guard(failuresMutex);
+    return std::exchange(failureList(), {});
+}
+
+void Library::reportNotSaved(std::vector<WriteFailure> failures) {
+    if (failures.empty())
+        return;
+    platform::Array rows;
+    for (const WriteFailure& f : failures) {
+        platform::Log::line("Could not save " + f.path + ": " + f.reason);
+        rows.add(Value(static_cast<long long>(f.rowid)));
+    }
+    {
+        std::lock_guard guard(failuresMutex);
+        auto& list = failureList();
+        list.insert(list.end(), std::make_move_iterator(failures.begin()),
+                    std::make_move_iterator(failures.end()));
+    }
+    platform::NotificationCenter::defaultCenter().post(kMessagesNotSavedNotification, this,
+                                                       Dictionary{{"libraryIDs", Value(rows)}});
+}
+
+std::string Library::fileOf(LibraryMessage& message) const {
+    const std::string path = dataPathForMessage(&message);
+    std::error_code ec;
+    if (fs::exists(fs::symlink_status(path, ec)))
+        return path;
+    for (int type = 1; type <= 2; ++type) {
+        const std::string other = dataPathForMessage(&message, type);
+        if (!other.empty() && fs::exists(fs::symlink_status(other, ec)))
+            return other;
+    }
+    return path;
+}
+
 Result<std::size_t> Library::writeChangedMessages() {
     std::lock_guard updating(updateMutex_);
     std::map<std::int64_t, std::shared_ptr<Message>> pending;
@@ -380,64 +481,128 @@ Result<std::size_t> Library::writeChangedMessages() {
         std::lock_guard lock(changedMutex_);
         pending.swap(changed_);
     }
+    if (pending.empty())
+        return std::size_t{0};
+    std::vector<WriteFailure> failures;
+    // Every file is read under the library's write lock and written before it is let
+    // go: a property list built from a file that another process changed in between
+    // would drop that process's change.
+    if (auto locked = lockWrites(); !locked) {
+        for (const auto& [rowid, message] : pending)
+            failures.push_back(
+                {rowid, static_cast<LibraryMessage&>(*message).path().string(), locked.error().message});
+        reportNotSaved(std::move(failures));
+        return locked.error();
+    }
+    FileWriteScope writing;
     Batch batch;
     batch_ = &batch;
     // The write hooks bring each file's metadata in line as it is written; one index
-    // transaction takes all of it. Lock order: the update lock, then the index.
+    // transaction takes all of it, and commits only once the journal holds the batch, so
+    // that the index never shows what a crash could still take from the files. Lock
+    // order: the update lock, the write lock, then the index.
     std::optional<platform::spotlight::MetadataStore::Transaction> metadataBatch;
     if (metadata_)
         metadataBatch.emplace(*metadata_);
+    auto commitIndex = [&] {
+        if (!metadataBatch)
+            return;
+        if (auto indexed = metadataBatch->commit(); !indexed)
+            platform::Log::line("Could not save the metadata index: " + indexed.error().message);
+        metadataBatch.reset();
+    };
     std::vector<std::pair<std::int64_t, std::uint64_t>> newFlags;
+    // The files whose index entries follow them once this save is done, and for each
+    // queued tail write the message it saves.
+    std::vector<std::string> inStep;
+    struct Queued {
+        std::size_t write;
+        std::int64_t rowid;
+        std::string path;
+        LibraryMessage* message;
+        std::uint64_t flags;
+    };
+    std::vector<Queued> queued;
+    // What the message object takes as its flags once they are in the file: they are
+    // what the next save compares its own changes with.
+    auto saved = [](LibraryMessage& message, std::uint64_t flags) {
+        message.envelope_.flags = flags;
+        message.setFlags(flags);
+    };
     for (const auto& [rowid, message] : pending) {
         auto* stored = static_cast<LibraryMessage*>(message.get());
-        const std::string path = dataPathForMessage(stored);
+        const std::string path = fileOf(*stored);
         auto file = EmlxFile::read(path);
         if (!file || file.value().condition() == EmlxFile::Condition::Truncated) {
-            platform::Log::line("Not saving " + path + ": " +
-                                (file ? file.value().problem() : file.error().message));
+            failures.push_back({rowid, path, file ? file.value().problem() : file.error().message});
             continue;
         }
         Envelope e = stored->envelope();
-        e.flags = stored->flags();
-        newFlags.emplace_back(e.rowid, e.flags);
+        batch.flags = e.flags = mergedFlags(e.flags, stored->flags(), file.value());
         const EmlxFile& read = batch.files.insert_or_assign(path, std::move(file).value()).first->second;
         const std::string plist =
             (*seams().plistData)(seams().cls, stored, e.subject, e.sender, e.recipients, e.dateSent,
                                  e.remoteID, std::string(), e.flags, read.plist().mutableCopy());
-        if (!plist.empty())
-            (*seams().writeWithBody)(seams().cls, path, stored, read.messageBytes(), plist);
+        if (plist.empty()) {
+            failures.push_back({rowid, path, "its property list could not be made"});
+            continue;
+        }
+        const std::size_t before = batch.writes.size();
+        if (!(*seams().writeWithBody)(seams().cls, path, stored, read.messageBytes(), plist)) {
+            failures.push_back({rowid, path, "it could not be written"});
+            continue;
+        }
+        if (batch.writes.size() == before) {
+            // Already as it should be, or written whole: done.
+            newFlags.emplace_back(e.rowid, e.flags);
+            inStep.push_back(path);
+            saved(*stored, e.flags);
+        } else {
+            queued.push_back({before, rowid, path, stored, e.flags});
+        }
     }
     batch_ = nullptr;
-    if (metadataBatch) {
-        if (auto indexed = metadataBatch->commit(); !indexed)
-            platform::Log::line("Could not save the metadata index: " + indexed.error().message);
-        metadataBatch.reset();
-    }
-    // Messages saved whole (their bytes changed) are already in place; the flags of
-    // tail writes go into the index, in one transaction, once the journal holds the
-    // batch: a crash before that loses both, one after it is completed from the
-    // journal, and opening the library then re-reads the flags of the files it names.
-    std::set<std::int64_t> inBatch;
-    for (const auto& [rowid, flags] : batch.writeFlags)
-        inBatch.insert(rowid);
-    std::erase_if(newFlags, [&](const auto& row) { return inBatch.count(row.first) != 0; });
+    // Messages saved whole (their bytes changed) or unchanged are in place; the flags
+    // and metadata of tail writes go into the indexes once the journal holds the batch:
+    // a crash before that loses both, one after it is completed from the journal, and
+    // opening the library then re-reads what the files it names hold.
     saveFlagsInIndex(newFlags);
-    if (batch.writes.empty())
-        return std::size_t{0};
-    auto result = tailWriter_.write(batch.writes, [&](const std::vector<std::size_t>& entries) {
-        std::vector<std::pair<std::int64_t, std::uint64_t>> rows;
-        rows.reserve(entries.size());
-        for (std::size_t entry : entries)
-            rows.push_back(batch.writeFlags[entry]);
-        saveFlagsInIndex(rows);
-    });
-    if (!result)
-        return result.error();
-    const auto written = result.value().count(TailWriter::Outcome::Written);
-    for (std::size_t i = 0; i < result.value().files.size(); ++i)
-        if (result.value().files[i].outcome == TailWriter::Outcome::Failed)
-            platform::Log::line("Could not save " + batch.writes[i].path.string() + ": " +
-                                result.value().files[i].error.message);
+    std::size_t written = 0;
+    if (batch.writes.empty()) {
+        commitIndex();
+    } else {
+        auto result = tailWriter_.write(batch.writes, [&](const std::vector<std::size_t>& entries) {
+            std::vector<std::pair<std::int64_t, std::uint64_t>> rows;
+            rows.reserve(entries.size());
+            for (std::size_t entry : entries)
+                rows.push_back(batch.writeFlags[entry]);
+            saveFlagsInIndex(rows);
+            commitIndex();
+        });
+        if (!result) {
+            for (const Queued& q : queued)
+                failures.push_back({q.rowid, q.path, result.error().message});
+        } else {
+            for (const Queued& q : queued) {
+                const TailWriter::FileResult& outcome = result.value().files.at(q.write);
+                if (outcome.outcome == TailWriter::Outcome::Written) {
+                    ++written;
+                    inStep.push_back(q.path);
+                    saved(*q.message, q.flags);
+                } else {
+                    failures.push_back({q.rowid, q.path, outcome.error.message});
+                }
+            }
+        }
+    }
+    // An index batch the journal never took is dropped with it.
+    metadataBatch.reset();
+    unlockWrites();
+    intentLog_.settle(inStep);
+    const bool allSaved = failures.empty();
+    reportNotSaved(std::move(failures));
+    if (!allSaved && written == 0 && inStep.empty())
+        return platform::makeError("no message file was saved");
     return written;
 }
 
@@ -496,7 +661,7 @@ bool Library::hostWriteEmlxWithBody(Class*, Sel, std::string path, Message* mess
             library->batch_->writes.push_back(
                 {path, file.tailOffset(), std::move(plistData),
                  site ? std::optional<TailSite>(std::move(site).value()) : std::nullopt});
-            library->batch_->writeFlags.emplace_back(stored->libraryID(), stored->flags());
+            library->batch_->writeFlags.emplace_back(stored->libraryID(), library->batch_->flags);
             return true;
         }
     }

@@ -2,6 +2,7 @@
 
 #include "mailhost/library/EmlxFile.h"
 #include "mailhost/library/EnvelopeIndex.h"
+#include "mailhost/library/IndexIntentLog.h"
 #include "mailhost/library/LibraryLayout.h"
 #include "mailhost/library/TailWriter.h"
 #include "mailhost/mail/LibraryMessage.h"
@@ -33,6 +34,10 @@ class Library {
 public:
     static constexpr const char* kClassName = "Library";
     static constexpr const char* kFlagsChangedNotification = "LibraryMessageFlagsChanged";
+    // Posted after a save that left files as they were, with the messages' rows under
+    // "libraryIDs" (an array of integers) in its user information: whoever mirrored
+    // their new state elsewhere takes it back.
+    static constexpr const char* kMessagesNotSavedNotification = "LibraryMessagesNotSaved";
     static inline const std::vector<std::string> kStandardMailboxes = {"INBOX", "Drafts", "Sent", "Trash",
                                                                        "Outbox"};
 
@@ -43,8 +48,11 @@ public:
     // `create`), finishing any write a crash interrupted. It becomes the current one.
     // `withStandardMailboxes` false creates only the index (adopting a mail folder
     // adds nothing to it but that).
+    // `files` is the layer the write journal and tail writes go through (a test's
+    // faulty one, to see what a full or failing disk does).
     static platform::Result<std::unique_ptr<Library>> open(const std::filesystem::path& root, bool create,
-                                                           bool withStandardMailboxes = true);
+                                                           bool withStandardMailboxes = true,
+                                                           FileLayer& files = RealFileLayer::instance());
     static Library* current();
     ~Library();
 
@@ -132,12 +140,45 @@ public:
     platform::Result<std::size_t> writeChangedMessages();
     void markChanged(const MessageList& messages);
 
+    // A message whose file a save left as it was, and why.
+    struct WriteFailure {
+        std::int64_t rowid = 0;
+        std::string path;
+        std::string reason;
+    };
+    // Every message a save left unwritten since the last call, oldest first. The seams
+    // that save return nothing, so the front ends ask here what to report.
+    static std::vector<WriteFailure> takeWriteFailures();
+
+    // The library's write lock, shared with other processes: a file read while it is
+    // held is still as read when a write based on it replaces it. Calls nest.
+    [[nodiscard]] platform::Result<void> lockWrites() { return tailWriter_.lock(); }
+    void unlockWrites() { tailWriter_.unlock(); }
+
+    // Marks the calling thread as writing message files: the index changes it makes
+    // meanwhile commit with the files (or after them), so they need no intent note.
+    class FileWriteScope {
+    public:
+        FileWriteScope();
+        ~FileWriteScope();
+        FileWriteScope(const FileWriteScope&) = delete;
+        FileWriteScope& operator=(const FileWriteScope&) = delete;
+        static bool active();
+    };
+
 private:
-    Library(std::filesystem::path root, std::unique_ptr<EnvelopeIndex> index);
+    Library(std::filesystem::path root, std::unique_ptr<EnvelopeIndex> index, FileLayer& files);
     std::shared_ptr<LibraryMessage> makeMessage(const Envelope& envelope);
     void saveFlagsInIndex(std::span<const std::pair<std::int64_t, std::uint64_t>> rows);
     // After a replayed batch: the index takes the flags the named files now hold.
     void reloadFlagsFromFiles(const std::vector<std::string>& paths);
+    // Saves the named files' messages again, which makes the write hooks bring their
+    // metadata in line with what the files hold (they are rewritten only if they differ).
+    void bringIndexInStep(const std::vector<std::string>& paths);
+    // Where the message's file is: its usual place, else one of the other places the
+    // client keeps it (beside its attachments, or in the sharded layout).
+    std::string fileOf(LibraryMessage& message) const;
+    void reportNotSaved(std::vector<WriteFailure> failures);
 
     // Tail writes collected while updateMessageFiles runs, committed as one batch.
     struct Batch {
@@ -147,6 +188,9 @@ private:
         // path -> the file as read for this batch; the write hook compares the body
         // it is given with these bytes to know the tail alone changes.
         std::unordered_map<std::string, EmlxFile> files;
+        // The flag word of the message being saved: the merge of this process's change
+        // with the flags the file holds now.
+        std::uint64_t flags = 0;
     };
 
     LibraryLayout layout_;
@@ -155,6 +199,7 @@ private:
     // Open while a BulkAdd is: the import's index entries commit with its envelopes.
     std::unique_ptr<platform::spotlight::MetadataStore::Transaction> metadataBatch_;
     TailWriter tailWriter_;
+    IndexIntentLog intentLog_;
     std::mutex changedMutex_;
     std::map<std::int64_t, std::shared_ptr<Message>> changed_;
     Batch* batch_ = nullptr;  // only while updateMessageFiles runs

@@ -62,6 +62,7 @@ bool writeCarriedKeys(LibraryMessage& message, const Dictionary& carried) {
     Class* library = Runtime::classNamed(Library::kClassName);
     if (!whole || !library)
         return false;
+    Library::FileWriteScope writing;
     return platform::runtime::sendClass<bool, std::string, Message*, std::string_view>(
                *library, "_writeEmlxFile:forMessage:withEmlxData:", path.string(), &message, whole.value())
         .value_or(false);

@@ -77,8 +77,16 @@ void MessageColoring::apply(const MessageList& messages, std::string_view color)
         return;
     }
     Class* library = platform::runtime::Runtime::classNamed(Library::kClassName);
-    if (!library)
+    Library* open = Library::current();
+    if (!library || !open)
         return;
+    // Each file is read and rewritten under the library's write lock, so that a change
+    // another process makes meanwhile is not written over.
+    if (auto locked = open->lockWrites(); !locked) {
+        platform::Log::line("Could not colour messages: " + locked.error().message);
+        return;
+    }
+    Library::FileWriteScope writing;
     for (const auto& m : messages) {
         auto* stored = dynamic_cast<LibraryMessage*>(m.get());
         if (!stored)
@@ -97,6 +105,7 @@ void MessageColoring::apply(const MessageList& messages, std::string_view color)
         if (!rewrite(*library, *stored, path, file.value(), plist))
             platform::Log::line("Could not colour " + path);
     }
+    open->unlockWrites();
 }
 
 } // namespace mailhost

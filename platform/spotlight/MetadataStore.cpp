@@ -261,6 +261,8 @@ Result<bool> MetadataStore::deleteText(std::int64_t item) {
 Result<void> MetadataStore::setAttribute(std::string_view path, std::string_view name, const Value& value) {
     if (name.empty())
         return makeError("metadata index: an attribute needs a name");
+    if (observer_ && !value.isNull())
+        observer_(path);
     if (value.isNull()) {
         auto removed = removeAttribute(path, name);
         if (!removed)
@@ -355,6 +357,8 @@ Result<bool> MetadataStore::removeFromItem(std::string_view path,
 }
 
 Result<bool> MetadataStore::removeAttribute(std::string_view path, std::string_view name) {
+    if (observer_)
+        observer_(path);
     return removeFromItem(path, [&](std::int64_t item) { return deleteAttribute(item, name); });
 }
 

@@ -49,6 +49,12 @@ public:
     static void setCurrent(MetadataStore* store);
     static MetadataStore* current();
 
+    // Told the path of every attribute write and removal before it is made: whoever owns
+    // the files notes which entries may be about to run ahead of them. Set once, before
+    // other threads use the store.
+    using AttributeWriteObserver = std::function<void(std::string_view path)>;
+    void setAttributeWriteObserver(AttributeWriteObserver observer) { observer_ = std::move(observer); }
+
     // Writes one attribute of the file at `path`, adding the item when the index does not
     // know it yet. A null value removes the attribute.
     [[nodiscard]] Result<void> setAttribute(std::string_view path, std::string_view name, const Value& value);
@@ -123,6 +129,7 @@ private:
     [[nodiscard]] Result<void> readText(std::int64_t item, Dictionary& into) const;
 
     mutable std::recursive_mutex mutex_;
+    AttributeWriteObserver observer_;
     std::unique_ptr<sqlite::Database> db_;
     std::unique_ptr<StatementCache> statements_;
     // How many transactions are open on this connection: the outermost one begins and

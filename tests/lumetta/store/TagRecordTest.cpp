@@ -105,6 +105,69 @@ TEST(TagRecordMerge, SourceTagsWinRemovalsApplyHostKeysStay) {
 }
 
 // Readers see a project in either form and a due date only while its state is on.
+// A save brings in only what this process changed since the file held `asSaved`, over
+// what the file holds now: another process's changes to the same messages survive.
+struct ChangeCase {
+    const char* name;
+    Dictionary asSaved;
+    Dictionary record;
+    Dictionary fileNow;
+    Dictionary expected;
+};
+
+TEST(TagRecordMerge, ChangesGoOverTheFileAsItIsNowAndKeepOthersChanges) {
+    const char* kw = TagKeys::kKeyWords;
+    const char* project = TagKeys::kProject;
+    const ChangeCase cases[] = {
+        {"both added a keyword", Dictionary{}, Dictionary{{kw, Array{"B"}}}, Dictionary{{kw, Array{"A"}}},
+         Dictionary{{kw, Array{"A", "B"}}}},
+        {"added one, the other removed one", Dictionary{{kw, Array{"A", "B"}}},
+         Dictionary{{kw, Array{"A", "B", "C"}}}, Dictionary{{kw, Array{"B"}}},
+         Dictionary{{kw, Array{"B", "C"}}}},
+        {"removed the last keyword", Dictionary{{kw, Array{"A"}}}, Dictionary{}, Dictionary{{kw, Array{"A"}}},
+         Dictionary{}},
+        {"removed one the other also added again", Dictionary{{kw, Array{"A"}}}, Dictionary{{kw, Array{}}},
+         Dictionary{{kw, Array{"A", "X"}}}, Dictionary{{kw, Array{"X"}}}},
+        {"keyword already there once", Dictionary{}, Dictionary{{kw, Array{"A"}}},
+         Dictionary{{kw, Array{"A"}}}, Dictionary{{kw, Array{"A"}}}},
+        {"unchanged keys keep the file's value", Dictionary{{project, "Apollo"}},
+         Dictionary{{project, "Apollo"}, {TagKeys::kPriority, 3}}, Dictionary{{project, "Gemini"}},
+         Dictionary{{project, "Gemini"}, {TagKeys::kPriority, 3}}},
+        {"a changed key takes this side's value", Dictionary{{project, "Apollo"}},
+         Dictionary{{project, "Mercury"}}, Dictionary{{project, "Gemini"}}, Dictionary{{project, "Mercury"}}},
+        {"a removed key goes even if the file changed it", Dictionary{{project, "Apollo"}}, Dictionary{},
+         Dictionary{{project, "Gemini"}}, Dictionary{}},
+        {"a key someone else added stays", Dictionary{}, Dictionary{{TagKeys::kAnnotation, "n"}},
+         Dictionary{{project, "Gemini"}}, Dictionary{{project, "Gemini"}, {TagKeys::kAnnotation, "n"}}},
+        {"a removal asked for goes though the record never held the key", Dictionary{},
+         Dictionary{{TagKeys::kTagsToRemove, Set{project}}}, Dictionary{{project, "Gemini"}}, Dictionary{}},
+        {"a removal carried out before is not made again",
+         Dictionary{{TagKeys::kTagsToRemove, Array{project}}},
+         Dictionary{{TagKeys::kTagsToRemove, Set{project}}}, Dictionary{{project, "Gemini"}},
+         Dictionary{{project, "Gemini"}}},
+        {"host keys are left alone", Dictionary{}, Dictionary{{"flags", 9}, {kw, Array{"B"}}},
+         Dictionary{{"flags", 1}}, Dictionary{{"flags", 1}, {kw, Array{"B"}}}},
+    };
+    for (const auto& c : cases) {
+        Dictionary file = c.fileNow.mutableCopy();
+        TagRecord::mergeChanges(file, c.record, c.asSaved);
+        EXPECT_EQ(Value(file), Value(c.expected)) << c.name;
+    }
+}
+
+// The record learns what the save wrote, and the snapshot does not follow later edits.
+TEST(TagRecordMerge, TakeTagsAndSnapshotKeepTheirOwnContainers) {
+    Array keywords{"A"};
+    Dictionary record{{TagKeys::kKeyWords, keywords}, {TagKeys::kProject, "Apollo"}, {"flags", 1}};
+    const Dictionary snapshot = TagRecord::tagSnapshot(record);
+    keywords.add("B");
+    EXPECT_EQ(snapshot.get(TagKeys::kKeyWords), Value(Array{"A"}));
+    EXPECT_FALSE(snapshot.contains("flags"));
+
+    TagRecord::takeTags(record, Dictionary{{TagKeys::kKeyWords, Array{"A", "C"}}});
+    EXPECT_EQ(Value(record), Value(Dictionary{{TagKeys::kKeyWords, Array{"A", "C"}}, {"flags", 1}}));
+}
+
 TEST(TagRecordReaders, ProjectInEitherFormAndDueDateOnlyWhileInForce) {
     EXPECT_EQ(TagRecord::projectTitle("Apollo"), "Apollo");
     EXPECT_EQ(TagRecord::projectTitle(Array{"Apollo", "ignored"}), "Apollo");
