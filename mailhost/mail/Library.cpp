@@ -537,6 +537,12 @@ Result<std::size_t> Library::writeChangedMessages() {
             failures.push_back({rowid, path, file ? file.value().problem() : file.error().message});
             continue;
         }
+        // A file the client moved to one of its other places is searched for where it is.
+        if (metadata_ && path != stored->path().string() && !metadata_->hasItem(path)) {
+            indexMessageFile(path, file.value().messageBytes(), stored->mailboxName(),
+                             stored->envelope().dateReceived);
+            forgetMessageFile(stored->path().string());
+        }
         Envelope e = stored->envelope();
         batch.flags = e.flags = mergedFlags(e.flags, stored->flags(), file.value());
         const EmlxFile& read = batch.files.insert_or_assign(path, std::move(file).value()).first->second;

@@ -37,6 +37,11 @@ if [ -n "$locked_file" ] && chattr +i "$locked_file" 2>/dev/null; then
   [ "$(md5sum <"$locked_file")" = "$before" ] || fail "the immutable file changed"
   [ "$(indexed Locked)" = 2 ] || fail "the index finds $(indexed Locked) messages, the files 2"
   "$lumetta" ls INBOX >/dev/null || fail "the library does not open after the refused write"
+  # A rule's tag actions are held to the same account.
+  "$lumetta" rules add Ruled --then add-keyword=Ruled >/dev/null || fail "rules add"
+  # shellcheck disable=SC2086
+  [ "$(status "$lumetta" rules apply Ruled $ids)" = 1 ] || fail "a rule's unsaved tags reported as done"
+  grep -q "message $locked " "$home/err" || fail "the rule's unsaved message is not named: $(cat "$home/err")"
   chattr -i "$locked_file"
   # shellcheck disable=SC2086
   "$lumetta" tag $ids --add-keyword Locked >/dev/null || fail "tag after the file became writable"

@@ -135,3 +135,27 @@ TEST_F(SaveSafetyTest, MirroredAheadOfItsFileIsUndoneAtTheNextOpening) {
 }
 
 } // namespace
+
+namespace {
+
+// A message whose file the client moved to one of its other places (the sharded layout)
+// is saved there, and searched for there.
+TEST_F(SaveSafetyTest, AFileAtItsOtherPlaceIsSavedAndFoundThere) {
+    auto m = add(1);
+    const fs::path moved = Library::dataPathForMessage(m.get(), 2);
+    ASSERT_NE(moved, m->path());
+    fs::create_directories(moved.parent_path());
+    fs::rename(m->path(), moved);
+    (void)Library::takeWriteFailures();
+
+    BulkTagChange change;
+    addKeyword(change, m, "Moved");
+    change.commit();
+
+    EXPECT_TRUE(Library::takeWriteFailures().empty());
+    EXPECT_EQ(filePlist(moved).get(TagKeys::kKeyWords), Value(Array{"Moved"}));
+    EXPECT_EQ(library_->metadata()->attribute(moved.string(), "kMDItemKeywords"), Value(Array{"Moved"}));
+    EXPECT_FALSE(library_->metadata()->hasItem(m->path().string())) << "the item of a file that is gone";
+}
+
+} // namespace
