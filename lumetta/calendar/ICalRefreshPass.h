@@ -19,8 +19,9 @@ namespace lumetta {
 // lists the messages left over again.
 class ICalRefreshPass {
 public:
-    // Posted after every pass the bundle runs, with the summary below as user info.
-    static constexpr const char* kDidFinishNotification = "LumettaICalRefreshDidFinish";
+    // Posted after every pass the bundle runs, with object nil as the plug-in's other
+    // notifications are, and the summary below as user info.
+    static constexpr const char* kToDosWereRefreshed = "LUToDosWereRefreshed";
 
     // One pass with the bundle's long-lived refresher. The summary:
     //   "asked"   whether the calendar was asked at all, and "reason" when not;

@@ -147,7 +147,7 @@ void LumettaBundle::armRefresh() {
 void LumettaBundle::refreshICalData() {
     if (iCalRefresher) {
         const platform::Dictionary summary = ICalRefreshPass::run(*iCalRefresher);
-        platform::NotificationCenter::defaultCenter().post(ICalRefreshPass::kDidFinishNotification, this,
+        platform::NotificationCenter::defaultCenter().post(ICalRefreshPass::kToDosWereRefreshed, nullptr,
                                                            summary);
     }
     armRefresh();

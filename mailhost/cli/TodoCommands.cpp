@@ -32,7 +32,7 @@ namespace {
 //                  lumettaDeleteToDoInICal, lumettaViewToDoInICal   Object*
 //                  lumettaICalToDoProperties                        Object* -> std::optional<Dictionary>
 //                  lumettaExtraDataForKey:                          Object*, std::string -> Value
-//   on the bundle: refreshICalData, which posts LumettaICalRefreshDidFinish with its summary;
+//   on the bundle: refreshICalData, which posts LUToDosWereRefreshed (object nil) with its summary;
 //                  lumettaSweepVanishedToDos                        Object* -> Dictionary
 //                  lumettaRereadMessagesFromICal:                   Object*, Value rows -> Array
 constexpr const char* kCreateToDo = "lumettaCreateNewICalToDoInCalendar:withTitle:date:priority:notes:";
@@ -43,7 +43,7 @@ constexpr const char* kExtraDataForKey = "lumettaExtraDataForKey:";
 constexpr const char* kRefresh = "refreshICalData";
 constexpr const char* kSweep = "lumettaSweepVanishedToDos";
 constexpr const char* kReread = "lumettaRereadMessagesFromICal:";
-constexpr const char* kRefreshFinished = "LumettaICalRefreshDidFinish";
+constexpr const char* kRefreshFinished = "LUToDosWereRefreshed";
 constexpr const char* kLinkKey = "lumettaICalUID";
 
 using Context = LibraryCommands::Context;
@@ -304,7 +304,7 @@ int TodoCommands::refresh(const Context& c, const BundleLoader& bundles) const {
     std::optional<Dictionary> summary;
     auto& center = platform::NotificationCenter::defaultCenter();
     const auto token = center.addObserver(
-        kRefreshFinished, bundle, [&summary](const platform::Notification& n) { summary = n.userInfo; });
+        kRefreshFinished, nullptr, [&summary](const platform::Notification& n) { summary = n.userInfo; });
     platform::runtime::sendVoid(bundle, kRefresh);
     center.removeObserver(token);
     if (!summary) {
@@ -348,7 +348,7 @@ int TodoCommands::watch(const Context& c, const BundleLoader& bundles,
     if (!library)
         return 1;
     auto& center = platform::NotificationCenter::defaultCenter();
-    const auto token = center.addObserver(kRefreshFinished, bundle, [&c](const platform::Notification& n) {
+    const auto token = center.addObserver(kRefreshFinished, nullptr, [&c](const platform::Notification& n) {
         c.out << MessageListing::isoDate(platform::Clock::now().seconds) << " ";
         (void)report(c, n.userInfo);
     });

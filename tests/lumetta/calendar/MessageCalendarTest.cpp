@@ -93,7 +93,7 @@ protected:
     Dictionary pass(LumettaBundle& bundle) {
         Dictionary summary;
         auto& center = platform::NotificationCenter::defaultCenter();
-        const auto token = center.addObserver(ICalRefreshPass::kDidFinishNotification, &bundle,
+        const auto token = center.addObserver(ICalRefreshPass::kToDosWereRefreshed, nullptr,
                                               [&](const platform::Notification& n) { summary = n.userInfo; });
         bundle.refreshICalData();
         center.removeObserver(token);
