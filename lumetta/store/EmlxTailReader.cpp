@@ -88,7 +88,8 @@ std::optional<std::string> readOpen(int fd) {
 } // namespace
 
 std::optional<std::string> EmlxTailReader::read(const std::string& path, bool* opened) {
-    FileHandle file(path.empty() ? -1 : ::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    // A link in a message file's place is not read through: its tags are not the message's.
+    FileHandle file(path.empty() ? -1 : ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     if (opened)
         *opened = file.fd() >= 0;
     if (file.fd() < 0)

@@ -19,7 +19,7 @@ platform::Error pathError(const std::filesystem::path& path, const platform::Err
 }
 
 Result<std::string> FileLayer::readWholeFile(const std::filesystem::path& path) {
-    auto fd = open(path, O_RDONLY, 0);
+    auto fd = open(path, O_RDONLY | O_NOFOLLOW, 0);
     if (!fd)
         return pathError(path, fd.error());
     Handle handle(*this, fd.value());
@@ -47,7 +47,7 @@ Result<void> FileLayer::writeWholeFile(const std::filesystem::path& path, std::s
     const auto folder = path.parent_path().empty() ? std::filesystem::path(".") : path.parent_path();
 
     mode_t mode = 0600;
-    if (auto old = open(path, O_RDONLY, 0)) {
+    if (auto old = open(path, O_RDONLY | O_NOFOLLOW, 0)) {
         Handle handle(*this, old.value());
         auto status = fstat(handle.fd());
         if (!status)

@@ -29,7 +29,8 @@ public:
     // is given up rather than kept to be tried again.
     static bool refusesWriting(int error);
 
-    // open(2); O_CLOEXEC is always added. New files get `mode` (before the umask).
+    // open(2); O_CLOEXEC is always added. New files get `mode` (before the umask). With
+    // O_NOFOLLOW, a symbolic link fails with ELOOP and an error that says so.
     virtual platform::Result<int> open(const std::filesystem::path& path, int flags, mode_t mode) = 0;
     virtual void close(int fd) = 0;
     // Up to `size` bytes at `offset`; fewer only at the end of the file.
@@ -50,7 +51,9 @@ public:
     virtual platform::Result<void> lock(int fd) = 0;
     virtual void unlock(int fd) = 0;
 
-    // Built from the calls above, so faults injected there reach them too.
+    // Built from the calls above, so faults injected there reach them too. Neither
+    // follows a symbolic link in place of the file: a link planted among the message
+    // files must not let a read show, or a write replace, a file outside the library.
 
     [[nodiscard]] platform::Result<std::string> readWholeFile(const std::filesystem::path& path);
     // Replaces the file's bytes all at once: a temporary file in the same folder is

@@ -30,8 +30,18 @@ Result<int> RealFileLayer::open(const std::filesystem::path& path, int flags, mo
         const int fd = ::open(path.c_str(), flags | O_CLOEXEC, mode);
         if (fd >= 0)
             return fd;
-        if (errno != EINTR)
-            return systemError("cannot open");
+        const int err = errno;
+        if (err == EINTR)
+            continue;
+        // "Too many levels of symbolic links" would not tell the user what is wrong:
+        // the file is a link that this open was told not to follow.
+        struct stat entry {};
+        if (err == ELOOP && (flags & O_NOFOLLOW) && ::lstat(path.c_str(), &entry) == 0 &&
+            S_ISLNK(entry.st_mode))
+            return platform::makeError("cannot open: it is a symbolic link, which is never followed here",
+                                       ELOOP);
+        errno = err;
+        return systemError("cannot open");
     }
 }
 

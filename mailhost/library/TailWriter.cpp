@@ -109,7 +109,7 @@ void TailWriter::plan(std::span<const TailWrite> batch, BatchResult& result,
             planned.push_back(Planned{i, w.site->oldTail});
             continue;
         }
-        auto fd = files_.open(w.path, O_RDWR, 0);
+        auto fd = files_.open(w.path, O_RDWR | O_NOFOLLOW, 0);
         if (!fd) {
             result.files[i] = fd.error().code == ENOENT ? skipped(path, "it no longer exists")
                               : FileLayer::refusesWriting(fd.error().code)
@@ -132,7 +132,7 @@ void TailWriter::plan(std::span<const TailWrite> batch, BatchResult& result,
 }
 
 TailWriter::FileResult TailWriter::writeOne(const WriteJournal::Record& r, const Planned& p) {
-    auto fd = files_.open(r.path, O_RDWR, 0);
+    auto fd = files_.open(r.path, O_RDWR | O_NOFOLLOW, 0);
     if (!fd && FileLayer::refusesWriting(fd.error().code))
         return skipped(r.path, "it cannot be written: " + fd.error().message);
     if (!fd)

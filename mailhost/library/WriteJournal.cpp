@@ -125,9 +125,11 @@ WriteJournal::Contents WriteJournal::decode(std::string_view bytes) {
 Result<void> WriteJournal::open() {
     if (fd_ >= 0)
         return {};
-    auto fd = files_.open(path(), O_RDWR, 0);
+    // Never through a link: a journal planted as one would have batches written, and
+    // emptied, wherever it points.
+    auto fd = files_.open(path(), O_RDWR | O_NOFOLLOW, 0);
     if (!fd && fd.error().code == ENOENT) {
-        fd = files_.open(path(), O_RDWR | O_CREAT, 0600);
+        fd = files_.open(path(), O_RDWR | O_CREAT | O_NOFOLLOW, 0600);
         // The journal's own name must survive a crash before any batch relies on it.
         if (fd) {
             if (auto synced = files_.syncFolder(root_); !synced) {
@@ -186,7 +188,7 @@ Result<void> WriteJournal::retire(bool flushFileSystem) {
 }
 
 Result<bool> WriteJournal::apply(const Record& r) {
-    auto fd = files_.open(r.path, O_RDWR, 0);
+    auto fd = files_.open(r.path, O_RDWR | O_NOFOLLOW, 0);
     if (!fd) {
         if (fd.error().code == ENOENT || fd.error().code == ENOTDIR) {
             logSkip(r.path, "it no longer exists");
@@ -280,9 +282,10 @@ Result<WriteJournal::ReplayReport> WriteJournal::replayPending() {
 
 Result<WriteJournal::ReplayReport> WriteJournal::replay(const std::filesystem::path& root, FileLayer& files) {
     // Without a journal there is nothing to replay, and a library opened only to be
-    // read gains no new file.
+    // read gains no new file. A link in its place, even a dangling one, is refused by
+    // lock() rather than passed over.
     std::error_code ec;
-    if (!std::filesystem::exists(root / kFileName, ec))
+    if (!std::filesystem::exists(std::filesystem::symlink_status(root / kFileName, ec)))
         return ReplayReport{};
     WriteJournal journal(root, files);
     if (auto locked = journal.lock(); !locked)

@@ -7,6 +7,7 @@
 #include "platform/foundation/AtomicFile.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/NotificationCenter.h"
+#include "platform/foundation/PrivateFolder.h"
 #include "platform/foundation/PropertyList.h"
 #include "platform/foundation/Value.h"
 #include "platform/runtime/Runtime.h"
@@ -116,9 +117,9 @@ Result<std::unique_ptr<Library>> Library::open(const fs::path& root, bool create
     if (!exists && !create)
         return platform::makeError("no mail library at " + root.string() +
                                    " (run 'lumetta init' to make one)");
-    fs::create_directories(root, ec);
-    if (ec)
-        return platform::makeError("cannot create " + root.string() + ": " + ec.message(), ec.value());
+    // Mail is private: folders made for the library are its owner's alone.
+    if (auto made = platform::PrivateFolder::create(root); !made)
+        return made.error();
     // A batch of tail writes that a crash interrupted is finished before anything reads.
     auto replay = WriteJournal::replay(root, files);
     if (!replay)
@@ -179,10 +180,9 @@ Result<MailboxRecord> Library::createMailbox(const std::string& name) {
     if (name.empty() || name.front() == '/' || name.back() == '/' || name.find("//") != std::string::npos ||
         name.find("..") != std::string::npos)
         return platform::makeError("\"" + name + "\" is not a mailbox name");
-    std::error_code ec;
-    fs::create_directories(layout_.mailboxFolder(name) / "Messages", ec);
-    if (ec)
-        return platform::makeError("cannot create mailbox " + name + ": " + ec.message(), ec.value());
+    if (auto made = platform::PrivateFolder::create(layout_.mailboxFolder(name) / "Messages"); !made)
+        return platform::makeError("cannot create mailbox " + name + ": " + made.error().message,
+                                   made.error().code);
     return index_->addMailbox(name);
 }
 
@@ -246,8 +246,8 @@ Result<std::shared_ptr<LibraryMessage>> Library::addMessage(const std::string& m
         seams().cls, message.get(), envelope.subject, envelope.sender, envelope.recipients, envelope.dateSent,
         std::string(), std::string(), flags, plist);
     const std::string path = message->path().string();
-    std::error_code ec;
-    fs::create_directories(message->path().parent_path(), ec);
+    // A failure here shows as the write's.
+    (void)platform::PrivateFolder::create(message->path().parent_path());
     FileWriteScope writing;
     if (plistBytes.empty() ||
         !(*seams().writeWithBody)(seams().cls, path, message.get(), bytes, plistBytes)) {
@@ -682,6 +682,14 @@ bool Library::hostWriteEmlxWithData(Class*, Sel, std::string path, Message* mess
                                     std::string_view emlxData) {
     Library* library = current();
     const bool flush = !(library && library->deferFlush_);
+    // A link in a message file's place is left alone rather than replaced: the message
+    // it stands for is not where the library expects it.
+    std::error_code ec;
+    if (fs::is_symlink(fs::symlink_status(path, ec))) {
+        platform::Log::line("Could not write " + path +
+                            ": it is a symbolic link, which is never followed here");
+        return false;
+    }
     if (auto r = platform::AtomicFile::write(path, emlxData, flush); !r) {
         platform::Log::line("Could not write " + path + ": " + r.error().message);
         return false;

@@ -1,11 +1,23 @@
 #include "platform/sqlite/Database.h"
 
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
 #include <sqlite3.h>
 #include <string>
+#include <unistd.h>
 
 namespace platform::sqlite {
 
 Result<std::unique_ptr<Database>> Database::open(const std::filesystem::path& path) {
+    // The databases hold mail: a new one is made readable by its owner only. SQLite
+    // would make it with the usual 0644, and it gives its -wal, -shm and -journal
+    // files the mode of the database, so the empty file made here sets them all.
+    const int made = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (made >= 0)
+        ::close(made);
+    else if (errno != EEXIST)
+        return makeError("cannot create database " + path.string() + ": " + std::strerror(errno), errno);
     sqlite3* db = nullptr;
     const int rc = sqlite3_open_v2(
         path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX, nullptr);

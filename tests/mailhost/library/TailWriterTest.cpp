@@ -150,6 +150,41 @@ TEST_F(TailWriterTest, LeavesAloneFilesThatAreNotAsDescribed) {
     EXPECT_TRUE(log.contains(paths_[0].string()));
 }
 
+// A message file replaced by a link: the file it points to, outside the library,
+// is neither read nor written, whether the writer opens the file itself or the
+// caller read it just before the link was planted.
+TEST_F(TailWriterTest, NeverWritesThroughALinkInAMessageFilesPlace) {
+    const fs::path outside = root() / "outside.txt";
+    for (const bool described : {false, true}) {
+        SCOPED_TRACE(described ? "described by the caller" : "opened by the writer");
+        testsupport::writeBytes(outside, before_[1]);
+        auto batch = newTails();
+        if (described)
+            batch[1].site = TailSite::ofBytes(before_[1], batch[1].tailOffset).value();
+        fs::remove(paths_[1]);
+        fs::create_symlink(outside, paths_[1]);
+        auto result = TailWriter(root()).write(batch);
+        ASSERT_TRUE(result.ok()) << result.error().message;
+        EXPECT_EQ(result.value().files[1].outcome, Outcome::Skipped);
+        EXPECT_NE(result.value().files[1].error.message.find("symbolic link"), std::string::npos)
+            << result.value().files[1].error.message;
+        EXPECT_EQ(readFile(outside), before_[1]);
+        EXPECT_TRUE(fs::is_symlink(paths_[1]));
+        expectNew(2, batch);
+        fs::remove(paths_[1]);
+        for (std::size_t i = 0; i < paths_.size(); ++i)
+            testsupport::writeBytes(paths_[i], before_[i]);
+    }
+    fs::remove(paths_[0]);
+    fs::create_symlink(outside, paths_[0]);
+    const auto read = RealFileLayer::instance().readWholeFile(paths_[0]);
+    ASSERT_FALSE(read.ok());
+    EXPECT_EQ(read.error().code, ELOOP);
+    EXPECT_NE(read.error().message.find(paths_[0].string() + ": cannot open: it is a symbolic link"),
+              std::string::npos)
+        << read.error().message;
+}
+
 // A full or failing disk while the journal is written: nothing changes.
 // A writer that already holds the bytes describes the file itself: the description
 // must match what a replay checks, or a crash would leave such a batch undone.

@@ -7,6 +7,7 @@
 #include "support/GoldenFile.h"
 #include "support/MessageFileSupport.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
@@ -158,6 +159,36 @@ TEST_F(WriteJournalReplay, DropsABatchThatWasNeverCommitted) {
     EXPECT_FALSE(report.value().hadBatch);
     EXPECT_EQ(readFile(f.path), f.before);
     EXPECT_EQ(journalSize(), 0u);
+}
+
+// A link in the journal's place, pointing at a file or at nothing, is refused: a
+// batch written through it would land, and be emptied again, wherever it points.
+TEST_F(WriteJournalReplay, RefusesAJournalThatIsALink) {
+    const fs::path journal = scratch_.path() / WriteJournal::kFileName;
+    const fs::path outside = scratch_.path() / "outside.txt";
+    File f = makeFile("1.emlx", 1);
+    for (const bool targetExists : {true, false}) {
+        SCOPED_TRACE(targetExists ? "link to a file" : "dangling link");
+        fs::remove(outside);
+        if (targetExists)
+            testsupport::writeBytes(outside, "someone else's file\n");
+        fs::remove(journal);
+        fs::create_symlink(outside, journal);
+
+        WriteJournal writer(scratch_.path(), RealFileLayer::instance());
+        auto locked = writer.lock();
+        ASSERT_FALSE(locked.ok());
+        EXPECT_EQ(locked.error().code, ELOOP);
+        EXPECT_NE(locked.error().message.find(journal.string() + ": cannot open: it is a symbolic link"),
+                  std::string::npos)
+            << locked.error().message;
+        EXPECT_FALSE(WriteJournal::replay(scratch_.path()).ok());
+        EXPECT_EQ(fs::exists(outside), targetExists);
+        if (targetExists) {
+            EXPECT_EQ(readFile(outside), "someone else's file\n");
+        }
+        EXPECT_EQ(readFile(f.path), f.before);
+    }
 }
 
 TEST_F(WriteJournalReplay, CreatesNoJournalWhereThereIsNone) {
