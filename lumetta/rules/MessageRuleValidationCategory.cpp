@@ -78,6 +78,9 @@ bool MessageRuleValidationCategory::lumetta_isValid(Object* self, Sel, std::shar
                 "or remove the action.");
         ++actions;
     }
+    // Checked by the host's own rule, so that a mailbox name means the same to both.
+    if (!mailhost::MessageRuleValidation::destinationsAreMailboxNames(*rule, error))
+        return false;
     if (isEmptyString(rule->appleScriptPath()))
         return fail(
             error, "INVALID_APPLESCRIPT_PATH_MESSAGE",

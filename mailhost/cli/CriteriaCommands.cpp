@@ -5,6 +5,7 @@
 #include "mailhost/criteria/CriterionSyntax.h"
 #include "mailhost/criteria/SmartMailboxQuery.h"
 #include "mailhost/criteria/SmartMailboxes.h"
+#include "mailhost/library/MailboxName.h"
 #include "mailhost/mail/Library.h"
 
 #include <unistd.h>
@@ -156,6 +157,11 @@ int CriteriaCommands::smartAdd(const Context& c, const std::string& name,
                                const std::vector<std::string>& criteria, bool all) {
     if (name.empty()) {
         c.err << "lumetta: a smart mailbox needs a name\n";
+        return kUsage;
+    }
+    // A line break in the name would split the lines of every listing of it.
+    if (auto valid = MailboxName::checkText(name); !valid) {
+        c.err << "lumetta: " << valid.error().message << "\n";
         return kUsage;
     }
     int status = 0;

@@ -1,6 +1,7 @@
 #include "mailhost/mail/Library.h"
 
 #include "mailhost/library/EmlxFile.h"
+#include "mailhost/library/MailboxName.h"
 #include "mailhost/library/WriteJournal.h"
 #include "mailhost/mail/MessageEnvelope.h"
 #include "mailhost/mail/MessageMetadata.h"
@@ -177,9 +178,8 @@ void Library::bringIndexInStep(const std::vector<std::string>& paths) {
 }
 
 Result<MailboxRecord> Library::createMailbox(const std::string& name) {
-    if (name.empty() || name.front() == '/' || name.back() == '/' || name.find("//") != std::string::npos ||
-        name.find("..") != std::string::npos)
-        return platform::makeError("\"" + name + "\" is not a mailbox name");
+    if (auto valid = MailboxName::check(name); !valid)
+        return valid.error();
     if (auto made = platform::PrivateFolder::create(layout_.mailboxFolder(name) / "Messages"); !made)
         return platform::makeError("cannot create mailbox " + name + ": " + made.error().message,
                                    made.error().code);

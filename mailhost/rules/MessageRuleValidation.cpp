@@ -1,5 +1,6 @@
 #include "mailhost/rules/MessageRuleValidation.h"
 
+#include "mailhost/library/MailboxName.h"
 #include "mailhost/rules/MFLookupLocalizedString.h"
 #include "mailhost/rules/MessageRule.h"
 
@@ -42,6 +43,26 @@ bool MessageRuleValidation::criterionIsValid(MessageCriterion& criterion, std::s
     return false;
 }
 
+bool MessageRuleValidation::destinationsAreMailboxNames(const MessageRule& rule,
+                                                        std::shared_ptr<MFError>* out) {
+    struct Destination {
+        bool on;
+        const std::optional<std::string>& mailbox;
+        const char* action;
+    };
+    for (const Destination& d :
+         {Destination{rule.shouldTransferMessage(), rule.destinationMailbox(), "Move"},
+          Destination{rule.shouldCopyMessage(), rule.copyDestinationMailbox(), "Copy"}}) {
+        if (!d.on || isEmptyText(d.mailbox))
+            continue;
+        if (auto checked = MailboxName::check(*d.mailbox); !checked)
+            return fail(out, "INVALID_TRANSFER_DESTINATION_NAME_MESSAGE",
+                        std::string("The mailbox of the ") + d.action + " action cannot be used: " +
+                            checked.error().message + ". Please choose a mailbox of this library.");
+    }
+    return true;
+}
+
 bool MessageRuleValidation::validate(MessageRule& rule, std::shared_ptr<MFError>* out) {
     if (rule.ruleName() && rule.ruleName()->empty())
         return fail(out, "INVALID_RULE_NAME_MESSAGE", "No description has been specified for this rule.",
@@ -58,6 +79,8 @@ bool MessageRuleValidation::validate(MessageRule& rule, std::shared_ptr<MFError>
         return fail(out, "INVALID_TRANSFER_DESTINATION_MESSAGE",
                     "No destination mailbox has been selected for the Copy action. Please select a mailbox "
                     "or remove the action.");
+    if (!destinationsAreMailboxNames(rule, out))
+        return false;
     if (rule.appleScriptPath() && rule.appleScriptPath()->empty())
         return fail(out, "INVALID_APPLESCRIPT_PATH_MESSAGE",
                     "No AppleScript has been selected for the Run AppleScript action. Please select a script "

@@ -29,6 +29,12 @@ public:
     // A criterion's own answer, with its reason made into an error.
     static bool criterionIsValid(MessageCriterion& criterion, std::shared_ptr<MFError>* error);
 
+    // Whether the mailboxes the move and copy actions name can be mailboxes of the
+    // library. A name such as "../Elsewhere" or "/tmp/x" could never be made, so the
+    // action would quietly do nothing each time the rule runs; it is refused when the
+    // rule is saved instead.
+    static bool destinationsAreMailboxNames(const MessageRule& rule, std::shared_ptr<MFError>* error);
+
     // The client's own check (the implementation behind `isValid:`). `error` is left as it
     // is when the rule is valid.
     static bool validate(MessageRule& rule, std::shared_ptr<MFError>* error);

@@ -49,6 +49,24 @@ TEST_F(MessageRuleValidationCategoryTest, FailuresCarryTheHostsErrors) {
          "No destination mailbox has been selected for the Copy action. Please select a mailbox or remove "
          "the action.",
          std::nullopt},
+        {"a move out of the library",
+         [](MessageRule& r) {
+             r.setShouldTransferMessage(true);
+             r.setDestinationMailbox("../Elsewhere");
+         },
+         "The mailbox of the Move action cannot be used: \"../Elsewhere\" is not a mailbox name: "
+         "a part of it is \"..\"; mailboxes are named within the library, e.g. Projects/Apollo. "
+         "Please choose a mailbox of this library.",
+         std::nullopt},
+        {"a copy to an absolute path",
+         [](MessageRule& r) {
+             r.setShouldCopyMessage(true);
+             r.setCopyDestinationMailbox("/tmp/x");
+         },
+         "The mailbox of the Copy action cannot be used: \"/tmp/x\" is not a mailbox name: "
+         "it begins with \"/\"; mailboxes are named within the library, e.g. Projects/Apollo. "
+         "Please choose a mailbox of this library.",
+         std::nullopt},
         {"script chosen as nothing", [](MessageRule& r) { r.setAppleScriptPath(std::string()); },
          "No AppleScript has been selected for the Run AppleScript action. Please select a script file or "
          "remove the "

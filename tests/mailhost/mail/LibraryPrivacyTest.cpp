@@ -104,4 +104,17 @@ TEST_F(LibraryPrivacyTest, AFlagChangeOnAMessageFileThatIsALinkFailsAndNamesIt) 
     EXPECT_FALSE(EmlxFile::read(path).ok());
 }
 
+TEST_F(LibraryPrivacyTest, RefusesMailboxNamesWithControlCharacters) {
+    auto library = open(scratch_.path() / "Mail");
+    ASSERT_TRUE(library);
+    for (const char* name : {"Line\nbreak", "Tab\there", "../Outside"}) {
+        auto made = library->createMailbox(name);
+        ASSERT_FALSE(made.ok()) << name;
+        EXPECT_NE(made.error().message.find("is not a mailbox name"), std::string::npos)
+            << made.error().message;
+        EXPECT_FALSE(library->index().mailboxNamed(name)) << name;
+    }
+    EXPECT_FALSE(fs::exists(scratch_.path() / "Outside.mbox"));
+}
+
 } // namespace

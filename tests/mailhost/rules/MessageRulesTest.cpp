@@ -138,6 +138,22 @@ TEST_F(MessageRulesTest, ClientRefusesIncompleteRules) {
          "for the Move/Copy action", std::nullopt},
         {[&](MessageRule& r) { r.criteria().push_back(incomplete()); }, "needs something to compare with",
          std::nullopt},
+        {[](MessageRule& r) {
+             r.setShouldTransferMessage(true);
+             r.setDestinationMailbox("../Elsewhere");
+         },
+         "The mailbox of the Move action cannot be used: \"../Elsewhere\" is not a mailbox name",
+         std::nullopt},
+        {[](MessageRule& r) {
+             r.setShouldCopyMessage(true);
+             r.setCopyDestinationMailbox("/tmp/x");
+         },
+         "The mailbox of the Copy action cannot be used: \"/tmp/x\" is not a mailbox name", std::nullopt},
+        {[](MessageRule& r) {
+             r.setShouldTransferMessage(true);
+             r.setDestinationMailbox("Two\nlines");
+         },
+         "\"Two\\nlines\" is not a mailbox name: it holds a control character", std::nullopt},
         {[](MessageRule& r) { r.setAppleScriptPath(std::string()); }, "Run AppleScript", "tag:mlhlp1120"},
         {[](MessageRule& r) { r.setAutoResponseType(MessageRule::kRedirect); }, "Redirect action",
          std::nullopt},
