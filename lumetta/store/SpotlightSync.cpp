@@ -1,12 +1,15 @@
 #include "lumetta/store/SpotlightSync.h"
 
 #include "lumetta/core/DebugLogging.h"
+#include "lumetta/store/EmlxTailReader.h"
 #include "lumetta/store/LibraryTagPersistence.h"
 #include "lumetta/store/TagKeys.h"
 #include "mailhost/mail/Library.h"
 #include "mailhost/mail/LibraryMessage.h"
 #include "mailhost/mail/Matador.h"
 #include "mailhost/mail/RecoveredMessage.h"
+#include "platform/foundation/NotificationCenter.h"
+#include "platform/foundation/PropertyList.h"
 #include "platform/runtime/Runtime.h"
 
 namespace lumetta {
@@ -126,6 +129,18 @@ void syncProject(const Value& project, Mirror& mirror) {
     // Any other kind of value is no project anyone set through the plug-in: left alone.
 }
 
+// The keywords of a tag value as the index holds them: the strings of the array. A file
+// edited by another program may hold numbers or dictionaries among them; the keyword
+// criteria never match those, so neither may a search of the index.
+Array keywordStrings(const Value& keywords) {
+    Array strings;
+    if (const Array* all = keywords.array())
+        for (const Value& keyword : all->items())
+            if (keyword.string())
+                strings.add(keyword);
+    return strings;
+}
+
 // A present or absent key mirrored one to one.
 void syncPresence(const Dictionary& tags, const char* key, const char* attribute, std::string_view line,
                   Mirror& mirror) {
@@ -159,6 +174,25 @@ void syncDueDate(const Dictionary& tags, mailhost::Message* message, Mirror& mir
     mirror.write(kDueDate, date);
 }
 
+// Files the host took into the index as they lie on disk carry tags nobody has written
+// through the store yet: they are mirrored from what the files hold, read as the store
+// reads them, so that a search finds exactly what the tag criteria see.
+void mirrorIndexedFiles(const platform::Notification& note) {
+    const Value paths = note.userInfo.get("paths");
+    if (!paths.isArray())
+        return;
+    for (const Value& entry : paths.array()->items()) {
+        const std::string* path = entry.string();
+        if (!path)
+            continue;
+        Dictionary tags;
+        if (auto tail = EmlxTailReader::read(*path); tail && !tail->empty())
+            if (auto parsed = platform::PropertyList::parse(*tail); parsed && parsed.value().isDictionary())
+                tags = *parsed.value().dictionary();
+        SpotlightSync::lumettaUpdateSpotlightForDictionary(nullptr, {}, tags, nullptr, *path);
+    }
+}
+
 } // namespace
 
 void SpotlightSync::load() {
@@ -167,6 +201,8 @@ void SpotlightSync::load() {
                             &lumettaUpdateSpotlightForDictionary);
         cls->addClassMethod("lumettaRemoveTag:forMDRef:andPath:", &lumettaRemoveTag);
     }
+    platform::NotificationCenter::defaultCenter().addObserver(
+        std::string(mailhost::Library::kMessageFilesIndexedNotification), nullptr, &mirrorIndexedFiles);
 }
 
 void SpotlightSync::lumettaRemoveTag(Class*, Sel, std::string name, md::MDItemRef item, std::string path) {
@@ -195,10 +231,10 @@ void SpotlightSync::lumettaUpdateSpotlightForDictionary(Class*, Sel, Dictionary 
         (void)md::MDItemRemoveAttribute(item, kLegacyProject);
     syncProject(tags.get(TagKeys::kProject), mirror);
 
-    const Value keywords = tags.get(TagKeys::kKeyWords);
-    if (keywords.isArray() && !keywords.array()->empty()) {
-        debugLog(0, "Writing keywords \"%@\" to Spotlight for MessageFile %@", {keywords, path});
-        mirror.write(kKeywords, keywords);
+    const Array keywords = keywordStrings(tags.get(TagKeys::kKeyWords));
+    if (!keywords.empty()) {
+        debugLog(0, "Writing keywords \"%@\" to Spotlight for MessageFile %@", {Value(keywords), path});
+        mirror.write(kKeywords, Value(keywords));
     } else {
         mirror.clear(kKeywords);
     }

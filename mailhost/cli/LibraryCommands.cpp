@@ -3,11 +3,13 @@
 #include "mailhost/cli/Json.h"
 #include "mailhost/cli/MessageListing.h"
 #include "mailhost/import/MessageSource.h"
+#include "mailhost/library/EmlxFile.h"
 #include "mailhost/mail/Library.h"
 #include "mailhost/mail/LibraryAdoption.h"
 #include "mailhost/mail/LibraryStore.h"
 #include "mailhost/mail/MessageWriter.h"
 #include "mailhost/mail/RecoveredMessage.h"
+#include "mailhost/message/MessageBody.h"
 #include "mailhost/rules/ConcreteMessageMall.h"
 #include "mailhost/rules/MessageRules.h"
 #include "platform/foundation/Date.h"
@@ -251,7 +253,7 @@ int LibraryCommands::import(const Context& c, const std::string& mailbox,
             if (!next.value())
                 break;
             const double received = m.receivedDate ? m.receivedDate->seconds : platform::Clock::now().seconds;
-            auto added = library->addMessage(mailbox, m.bytes, flagWord(m), received);
+            auto added = library->addMessage(mailbox, m.bytes, flagWord(m), received, m.properties);
             if (!added) {
                 c.err << "lumetta: " << m.origin << ": " << added.error().message << "\n";
                 ++skipped;
@@ -383,6 +385,8 @@ int LibraryCommands::rebuild(const Context& c, const std::string& mailbox) {
         c.err << "lumetta: " << count.error().message << "\n";
         return 1;
     }
+    for (const auto& skipped : store->skippedFiles())
+        c.err << "lumetta: skipped " << skipped << " (the file is left as it is)\n";
     c.out << "rebuilt " << mailbox << ": " << count.value() << " messages\n";
     return 0;
 }
@@ -396,6 +400,14 @@ int LibraryCommands::stripAttachments(const Context& c, const std::string& text)
     if (!message) {
         c.err << "lumetta: no message " << text << "\n";
         return 1;
+    }
+    // Said plainly, apart from the failures: nothing was removed, and no new message made.
+    if (auto file = EmlxFile::read(message->path()); file && !file.value().refusesWrites()) {
+        const std::string_view bytes = file.value().messageBytes();
+        if (auto stripped = MessageBody::removingAttachments(bytes); stripped && stripped.value() == bytes) {
+            c.err << "lumetta: message " << text << " has no attachments; nothing was removed\n";
+            return 1;
+        }
     }
     auto writer = MessageWriter::create();
     auto stripped = writer ? writer->createMessageByRemovingAttachmentsFromMessage(message) : nullptr;

@@ -170,12 +170,14 @@ int MetadataCommands::reindex(const Context& c) {
     for (const auto& box : library->mailboxes()) {
         for (auto& message : library->messagesInMailbox(box.name)) {
             const std::string path = static_cast<const LibraryMessage&>(*message).path().string();
-            live.insert(path);
+            // A file that can no longer be read loses its entry: what the index held of
+            // it may be anything, and searches must not answer with it.
             if (!library->indexMessageFileAt(path, box.name)) {
                 c.err << "lumetta: cannot read " << path << "\n";
                 ++unreadable;
                 continue;
             }
+            live.insert(path);
             all.push_back(std::move(message));
             if (++indexed % 1000 == 0) {
                 if (!saved(*batch))

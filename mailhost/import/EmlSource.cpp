@@ -34,6 +34,18 @@ void applyFlags(std::uint64_t flags, ImportedMessage& out) {
     out.forwarded = (flags & (1u << 8)) != 0;
 }
 
+// The keys of an .emlx record that stay with the message in its new library: all
+// but those the library sets itself (the flags and arrival date, read above) and those
+// naming where the message lay before (a server's identifier, the mailbox it came
+// from), which mean nothing here.
+platform::Dictionary carriedProperties(const platform::Dictionary& record) {
+    platform::Dictionary carried;
+    for (const auto& [key, value] : record.entries())
+        if (key != "flags" && key != "date-received" && key != "remote-id" && key != "original-mailbox")
+            carried.set(key, value);
+    return carried;
+}
+
 } // namespace
 
 EmlSource::EmlSource(std::filesystem::path path, Format format, std::uint64_t total,
@@ -112,6 +124,7 @@ platform::Result<bool> EmlSource::takeEmlx(std::string file, ImportedMessage& ou
             if (received.isNumber() && received.doubleValue() > 0) {
                 out.receivedDate = platform::Date::fromUnix(received.doubleValue());
             }
+            out.properties = carriedProperties(record);
         }
     }
     file.erase(start + count);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/foundation/Date.h"
+#include "platform/foundation/Dictionary.h"
 #include "platform/foundation/Result.h"
 
 #include <cstdint>
@@ -32,6 +33,10 @@ struct ImportedMessage {
     // "From " line when it can be read, an .emlx file's own record, otherwise the
     // file's modification time.
     std::optional<platform::Date> receivedDate;
+    // What the source's own record holds beside the flags and dates, for the stored
+    // message to keep: a colour, the tags of a plug-in, what other programs wrote into
+    // an .emlx file's property list. Empty for other sources.
+    platform::Dictionary properties;
 };
 
 // A place messages are imported from, read one message at a time with memory bounded

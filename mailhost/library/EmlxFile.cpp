@@ -28,6 +28,19 @@ bool onlyWhiteSpace(std::string_view s) {
     return true;
 }
 
+// Whether bytes after a message begin the way a property list does, in either of its
+// forms. A damaged property list may be replaced; message text may not.
+bool looksLikePropertyList(std::string_view tail) {
+    std::size_t start = 0;
+    while (start < tail.size() && (isBlank(tail[start]) || tail[start] == '\n'))
+        ++start;
+    tail.remove_prefix(start);
+    for (std::string_view mark : {"<?xml", "<!DOCTYPE plist", "<plist", "bplist"})
+        if (tail.starts_with(mark))
+            return true;
+    return false;
+}
+
 } // namespace
 
 Result<EmlxFile::CountLine> EmlxFile::parseCountLine(std::string_view head) {
@@ -94,6 +107,13 @@ Result<EmlxFile> EmlxFile::parse(std::string bytes) {
         return file;
     }
     auto parsed = platform::PropertyList::parse(tail);
+    if (!parsed && !looksLikePropertyList(tail)) {
+        file.condition_ = Condition::Miscounted;
+        file.problem_ = "the count line says the message has " + std::to_string(file.messageLength_) +
+                        " bytes, but message text goes on after them: the count is too small, so the "
+                        "file is left as it is";
+        return file;
+    }
     if (!parsed) {
         file.condition_ = Condition::UnreadablePropertyList;
         file.problem_ = "the property list after the message cannot be read: " + parsed.error().message;

@@ -23,7 +23,9 @@ namespace mailhost {
 // says (the count runs past the end of the file) is still a message file: the
 // result holds an EmlxFile whose condition() and problem() say what is wrong, whose
 // plist() is empty, and whose message bytes are what is there. Readers treat such a
-// file as one without a property list; writers refuse a truncated one.
+// file as one without a property list; writers refuse one whose count cannot be
+// trusted (refusesWrites()), since a new property list written after the counted
+// bytes would replace message text.
 class EmlxFile {
 public:
     enum class Condition {
@@ -34,6 +36,10 @@ public:
         UnreadablePropertyList,
         // The count line promises more message bytes than the file holds.
         Truncated,
+        // What follows the counted bytes is neither white space nor anything like a
+        // property list: the count is too small (0, say) and message text goes on
+        // after it.
+        Miscounted,
     };
 
     // The first line: its length including the LF, and the byte count it states.
@@ -42,9 +48,12 @@ public:
         std::uint64_t count = 0;
     };
 
-    // The longest first line accepted: 20 digits and some padding. Longer lines are
-    // not count lines, and no real count has more digits than a 64-bit number.
-    static constexpr std::size_t kMaxCountLine = 32;
+    // The longest first line accepted, its line feed included: ten characters of
+    // count and padding, as the client writes them. The plug-in finds the property
+    // list by these eleven bytes alone; a file whose count line is longer reads as
+    // having no tags there, so the host must not read a property list from it either
+    // (it would put tags into the index that no search by the tags can find).
+    static constexpr std::size_t kMaxCountLine = 11;
 
     [[nodiscard]] static platform::Result<EmlxFile> read(const std::filesystem::path& path);
     [[nodiscard]] static platform::Result<EmlxFile> parse(std::string bytes);
@@ -61,6 +70,11 @@ public:
 
     Condition condition() const { return condition_; }
     bool ok() const { return condition_ == Condition::Ok; }
+    // Whether a write after the counted bytes would destroy message text: true for a
+    // truncated or miscounted file, which is left exactly as it is.
+    bool refusesWrites() const {
+        return condition_ == Condition::Truncated || condition_ == Condition::Miscounted;
+    }
     // Empty when the condition is Ok.
     const std::string& problem() const { return problem_; }
 

@@ -219,7 +219,8 @@ MessageList Library::messagesInMailbox(const std::string& mailbox) {
 
 Result<std::shared_ptr<LibraryMessage>> Library::addMessage(const std::string& mailbox,
                                                             std::string_view source, std::uint64_t flags,
-                                                            double dateReceived) {
+                                                            double dateReceived,
+                                                            const Dictionary& properties) {
     // Message files hold LF line ends, whatever the source had.
     std::string bytes;
     bytes.reserve(source.size());
@@ -241,7 +242,8 @@ Result<std::shared_ptr<LibraryMessage>> Library::addMessage(const std::string& m
         return rowid.error();
     envelope.rowid = rowid.value();
     auto message = makeMessage(envelope);
-    Dictionary plist{{"date-received", unixSeconds(dateReceived)}};
+    Dictionary plist = properties.mutableCopy();
+    plist.set("date-received", unixSeconds(dateReceived));
     const std::string plistBytes = (*seams().plistData)(
         seams().cls, message.get(), envelope.subject, envelope.sender, envelope.recipients, envelope.dateSent,
         std::string(), std::string(), flags, plist);
@@ -317,6 +319,16 @@ bool Library::indexMessageFileAt(const fs::path& path, const std::string& mailbo
     indexMessageFile(path.string(), file.value().messageBytes(), mailbox,
                      MessageEnvelope::dateReceived(file.value().plist(), path));
     return true;
+}
+
+void Library::announceIndexedFiles(const std::vector<std::string>& paths) {
+    if (paths.empty() || !metadata_)
+        return;
+    platform::Array list;
+    for (const std::string& path : paths)
+        list.add(path);
+    platform::NotificationCenter::defaultCenter().post(kMessageFilesIndexedNotification, this,
+                                                       Dictionary{{"paths", Value(list)}});
 }
 
 void Library::forgetMessageFile(const std::string& path) {
@@ -526,14 +538,16 @@ Result<std::size_t> Library::writeChangedMessages() {
     // What the message object takes as its flags once they are in the file: they are
     // what the next save compares its own changes with.
     auto saved = [](LibraryMessage& message, std::uint64_t flags) {
-        message.envelope_.flags = flags;
-        message.setFlags(flags);
+        if (message.envelope_.flags != flags)
+            message.envelope_.flags = flags;
+        if (message.flags() != flags)
+            message.setFlags(flags);
     };
     for (const auto& [rowid, message] : pending) {
         auto* stored = static_cast<LibraryMessage*>(message.get());
         const std::string path = fileOf(*stored);
         auto file = EmlxFile::read(path);
-        if (!file || file.value().condition() == EmlxFile::Condition::Truncated) {
+        if (!file || file.value().refusesWrites()) {
             failures.push_back({rowid, path, file ? file.value().problem() : file.error().message});
             continue;
         }

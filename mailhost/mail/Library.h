@@ -38,6 +38,11 @@ public:
     // "libraryIDs" (an array of integers) in its user information: whoever mirrored
     // their new state elsewhere takes it back.
     static constexpr const char* kMessagesNotSavedNotification = "LibraryMessagesNotSaved";
+    // Posted after message files were taken into the metadata index as they lie on
+    // disk (a folder adopted, a mailbox rebuilt), with their paths under "paths" (an
+    // array of strings): whoever mirrors more of a file into the index than the host's
+    // own attributes reads those files now, while the index takes the batch.
+    static constexpr const char* kMessageFilesIndexedNotification = "LibraryMessageFilesIndexed";
     static inline const std::vector<std::string> kStandardMailboxes = {"INBOX", "Drafts", "Sent", "Trash",
                                                                        "Outbox"};
 
@@ -70,6 +75,8 @@ public:
     void forgetMessageFile(const std::string& path);
     // The same for a file already on disk; false when it cannot be read as a message file.
     bool indexMessageFileAt(const std::filesystem::path& path, const std::string& mailbox);
+    // Posts kMessageFilesIndexedNotification for `paths` (nothing when there are none).
+    void announceIndexedFiles(const std::vector<std::string>& paths);
 
     platform::Result<MailboxRecord> createMailbox(const std::string& name);
     std::vector<MailboxRecord> mailboxes() const { return index_->mailboxes(); }
@@ -78,10 +85,13 @@ public:
     std::shared_ptr<LibraryMessage> message(std::int64_t rowid);
     MessageList messagesInMailbox(const std::string& mailbox);
 
-    // Stores a new message in `mailbox`; its file is written whole and atomically.
+    // Stores a new message in `mailbox`; its file is written whole and atomically, its
+    // property list holding `properties` (what the message brings from where it was:
+    // a colour, tags) beside the flags and the arrival date.
     platform::Result<std::shared_ptr<LibraryMessage>> addMessage(const std::string& mailbox,
                                                                  std::string_view messageBytes,
-                                                                 std::uint64_t flags, double dateReceived);
+                                                                 std::uint64_t flags, double dateReceived,
+                                                                 const platform::Dictionary& properties = {});
 
     // Many new messages at once (an import): while a bulk add is open, the index
     // changes form one transaction and message files are not flushed one by one;

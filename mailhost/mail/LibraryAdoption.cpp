@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 namespace mailhost {
 
@@ -75,6 +76,9 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptLibrary(const fs::path& fo
     Report report;
     std::set<std::string> boxes;
     auto bulk = std::make_unique<Library::BulkAdd>(library);
+    // The files of the open batch: what they hold beside the message goes into the index
+    // in the same transaction, so that adopted mail is found by its tags at once.
+    std::vector<std::string> indexed;
     for (const auto& file : messageFiles(folder)) {
         auto where = layout.locate(file);
         if (!where) {
@@ -100,8 +104,10 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptLibrary(const fs::path& fo
             report.skipped.push_back(file.string() + ": " + inserted.error().message);
             continue;
         }
-        library.indexMessageFileAt(file, where->mailbox);
+        if (library.indexMessageFileAt(file, where->mailbox))
+            indexed.push_back(file.string());
         if (++report.messages % 1000 == 0) {
+            library.announceIndexedFiles(std::exchange(indexed, {}));
             if (auto r = bulk->commit(); !r)
                 return r.error();
             bulk = std::make_unique<Library::BulkAdd>(library);
@@ -109,6 +115,7 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptLibrary(const fs::path& fo
                 progress(report.messages);
         }
     }
+    library.announceIndexedFiles(indexed);
     if (auto r = bulk->commit(); !r)
         return r.error();
     report.mailboxes = boxes.size();
@@ -125,6 +132,7 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptMailbox(Library& library, 
         return box.error();
     Report report;
     report.mailboxes = 1;
+    std::vector<std::string> indexed;
     for (const auto& file : messageFiles(folder)) {
         std::string problem;
         auto envelope = envelopeFromFile(file, problem);
@@ -161,7 +169,8 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptMailbox(Library& library, 
             report.skipped.push_back(file.string() + ": " + written.error().message);
             continue;
         }
-        library.indexMessageFileAt(target, name);
+        if (library.indexMessageFileAt(target, name))
+            indexed.push_back(target.string());
         // A partial message's attachments travel with it, under its new number.
         const fs::path attachments = folder / "Attachments" / std::to_string(rowid);
         if (partial && fs::is_directory(attachments, ec)) {
@@ -172,9 +181,13 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptMailbox(Library& library, 
                 report.skipped.push_back(attachments.string() + ": attachments not copied: " + ec.message());
         }
         ++report.messages;
-        if (progress && report.messages % 1000 == 0)
-            progress(report.messages);
+        if (report.messages % 1000 == 0) {
+            library.announceIndexedFiles(std::exchange(indexed, {}));
+            if (progress)
+                progress(report.messages);
+        }
     }
+    library.announceIndexedFiles(indexed);
     return report;
 }
 

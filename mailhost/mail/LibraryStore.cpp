@@ -42,10 +42,12 @@ struct FoundFiles {
 // What the index should hold for a message file, read from the file alone; nullopt
 // for a file that is not a message file at all (no count line, unreadable).
 std::optional<MessageEnvelope::FromFile> readEnvelope(const fs::path& path, std::int64_t rowid,
-                                                      std::int64_t mailbox, bool partial) {
+                                                      std::int64_t mailbox, bool partial,
+                                                      std::vector<std::string>& skipped) {
     auto file = MessageEnvelope::fromFile(path);
     if (!file) {
         platform::Log::line("Rebuild skips " + path.string() + ": " + file.error().message);
+        skipped.push_back(path.string() + ": " + file.error().message);
         return std::nullopt;
     }
     Envelope& e = file.value().envelope;
@@ -108,8 +110,13 @@ void reindexFiles(Library& library, const std::map<std::int64_t, Envelope>& know
     const LibraryLayout& layout = library.layout();
     for (std::int64_t rowid : gone)
         library.forgetMessageFile(layout.messagePath(box.name, rowid, box.sharded, known.at(rowid).partial));
-    for (const Envelope& e : library.index().messagesInMailbox(box.id))
-        library.indexMessageFileAt(layout.messagePath(box.name, e.rowid, box.sharded, e.partial), box.name);
+    std::vector<std::string> indexed;
+    for (const Envelope& e : library.index().messagesInMailbox(box.id)) {
+        const fs::path path = layout.messagePath(box.name, e.rowid, box.sharded, e.partial);
+        if (library.indexMessageFileAt(path, box.name))
+            indexed.push_back(path.string());
+    }
+    library.announceIndexedFiles(indexed);
     if (auto r = batch.commit(); !r)
         platform::Log::line("Could not save the metadata index of \"" + box.name +
                             "\": " + r.error().message);
@@ -178,6 +185,7 @@ Result<std::size_t> LibraryStore::rebuildFromDisk() {
     if (!scanned)
         return scanned.error();
     const auto& found = scanned.value();
+    skipped_.clear();
 
     // Files are read before the index is locked; the changes then go in as one
     // transaction, so a failure leaves the index as it was.
@@ -194,7 +202,7 @@ Result<std::size_t> LibraryStore::rebuildFromDisk() {
         // Where both exist, the full file is the message; the partial one is a leftover.
         const bool partial = !files.full;
         const fs::path path = layout.messagePath(box->name, rowid, box->sharded, partial);
-        auto read = readEnvelope(path, rowid, box->id, partial);
+        auto read = readEnvelope(path, rowid, box->id, partial, skipped_);
         auto row = known.find(rowid);
         if (row != known.end()) {
             Envelope e = row->second;

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace mailhost {
 
@@ -57,6 +58,9 @@ public:
     // as it was and nothing is announced.
     [[nodiscard]] platform::Result<std::size_t> rebuildTableOfContents();
 
+    // The files the last rebuild left out of the index, each with why ("path: reason").
+    const std::vector<std::string>& skippedFiles() const { return skipped_; }
+
     // Calls `handleMessagesAdded:` on this store.
     void handleMessagesAdded(const MessagesAddedNotification& notification);
 
@@ -70,6 +74,7 @@ private:
 
     Library* library_ = nullptr;
     std::string mailbox_;
+    std::vector<std::string> skipped_;
 };
 
 } // namespace mailhost

@@ -40,6 +40,10 @@ platform::Result<MessageEnvelope::FromFile> MessageEnvelope::fromFile(const fs::
     auto read = EmlxFile::read(file);
     if (!read)
         return read.error();
+    // Its counted bytes are only part of the message: taken as the message, they would
+    // hide the rest, and the next save would write over it.
+    if (read.value().condition() == EmlxFile::Condition::Miscounted)
+        return platform::makeError(read.value().problem());
     FromFile out;
     const platform::Dictionary plist = read.value().plist();
     out.knowsFlags = plist.contains("flags");

@@ -28,7 +28,8 @@ public:
     // versions as a date; a file without it counts as received when last written.
     static double dateReceived(const platform::Dictionary& plist, const std::filesystem::path& file);
 
-    // An error for a file that is not a message file at all.
+    // An error for a file that is not a message file at all, or whose count line is
+    // too small for its counted bytes to be taken as the message.
     static platform::Result<FromFile> fromFile(const std::filesystem::path& file);
 };
 

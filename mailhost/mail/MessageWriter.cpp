@@ -7,7 +7,6 @@
 #include "platform/foundation/Value.h"
 #include "platform/runtime/Runtime.h"
 #include "platform/runtime/Seam.h"
-#include "platform/runtime/Send.h"
 
 #include <filesystem>
 #include <string_view>
@@ -41,31 +40,12 @@ void discard(Library& library, const LibraryMessage& message) {
 // The keys the new file does not get on its own but that belong to the message, not
 // to its bytes: a colour, the plug-in's tags, what other clients wrote. The server's
 // identifier stays behind: the copy on the server is the original, not this one.
-Dictionary keysToCarry(const Dictionary& original, const Dictionary& written) {
+Dictionary keysToCarry(const Dictionary& original) {
     Dictionary carried;
     for (const auto& [key, value] : original.entries())
-        if (key != "remote-id" && !written.contains(key))
+        if (key != "remote-id" && key != "flags" && key != "date-received")
             carried.set(key, value);
     return carried;
-}
-
-// Adds `carried` to the property list of the new message's file, through the write
-// method the plug-in watches.
-bool writeCarriedKeys(LibraryMessage& message, const Dictionary& carried) {
-    const fs::path path = message.path();
-    auto file = EmlxFile::read(path);
-    if (!file || !file.value().ok())
-        return false;
-    Dictionary plist = file.value().plist().mutableCopy();
-    plist.addEntries(carried);
-    auto whole = EmlxFile::compose(file.value().messageBytes(), plist);
-    Class* library = Runtime::classNamed(Library::kClassName);
-    if (!whole || !library)
-        return false;
-    Library::FileWriteScope writing;
-    return platform::runtime::sendClass<bool, std::string, Message*, std::string_view>(
-               *library, "_writeEmlxFile:forMessage:withEmlxData:", path.string(), &message, whole.value())
-        .value_or(false);
 }
 
 } // namespace
@@ -114,9 +94,9 @@ MessageWriter::hostCreateMessageByRemovingAttachments(Object*, Sel, std::shared_
     auto file = EmlxFile::read(path);
     if (!file)
         return failure(path.string() + ": " + file.error().message);
-    // A cut-short file would be stored as if it were the whole message, and the
-    // original, the only copy of what remains, would then be removed.
-    if (file.value().condition() == EmlxFile::Condition::Truncated)
+    // A cut-short or miscounted file would be stored as if its counted bytes were the
+    // whole message, and the original, the only copy of the rest, would then be removed.
+    if (file.value().refusesWrites())
         return failure(path.string() + ": " + file.value().problem());
     const std::string_view bytes = file.value().messageBytes();
     auto stripped = MessageBody::removingAttachments(bytes);
@@ -125,19 +105,13 @@ MessageWriter::hostCreateMessageByRemovingAttachments(Object*, Sel, std::shared_
     if (stripped.value() == bytes)
         return failure(path.string() + " has no attachments");
 
-    // The new message is complete on disk before anything of the original goes.
+    // The new message is complete on disk, with what it carries, before anything of
+    // the original goes; it is written once, so that its search entry follows it.
     auto added = library->addMessage(original->mailboxName(), stripped.value(), original->flags(),
-                                     envelope->dateReceived);
+                                     envelope->dateReceived, keysToCarry(file.value().plist()));
     if (!added)
         return failure(added.error().message);
     LibraryMessage& replacement = *added.value();
-    if (auto written = EmlxFile::read(replacement.path()); written && written.value().ok()) {
-        const Dictionary carried = keysToCarry(file.value().plist(), written.value().plist());
-        if (!carried.empty() && !writeCarriedKeys(replacement, carried)) {
-            discard(*library, replacement);
-            return failure("cannot write " + replacement.path().string());
-        }
-    }
     if (auto removed = library->index().remove(original->libraryID()); !removed) {
         discard(*library, replacement);
         return failure(removed.error().message);

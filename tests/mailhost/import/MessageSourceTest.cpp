@@ -1,6 +1,7 @@
 #include "mailhost/import/MessageSource.h"
 
 #include "ImportFiles.h"
+#include "platform/foundation/Value.h"
 #include "support/MessageFileSupport.h"
 
 #include <fstream>
@@ -122,6 +123,32 @@ TEST(MessageSource, EmlxFilesGiveMessageAndRecordedState) {
                   (std::vector<bool>{c.read, c.deleted, c.answered, c.flagged, c.draft, c.forwarded}))
             << c.flags;
     }
+}
+
+// What an .emlx record holds beyond flags and dates travels with the message; what
+// names its old place (a server's identifier, the mailbox it came from) does not.
+TEST(MessageSource, EmlxFilesCarryTheirOtherProperties) {
+    TempFolder folder;
+    const std::string message = "Subject: s\n\nbody\n";
+    const std::string file = std::to_string(message.size()) + "\n" + message +
+                             "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n"
+                             "<key>flags</key><integer>1</integer>"
+                             "<key>date-received</key><integer>1516985072</integer>"
+                             "<key>remote-id</key><string>4711</string>"
+                             "<key>original-mailbox</key><string>imap://old/INBOX</string>"
+                             "<key>color</key><string>FF0000</string>"
+                             "<key>lumettaKeyWords</key><array><string>Work</string></array>"
+                             "</dict>\n</plist>\n";
+    const Drained drained = drain(folder.write("1.emlx", file));
+    ASSERT_EQ(drained.messages.size(), 1u);
+    const platform::Dictionary& carried = drained.messages[0].properties;
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : carried.entries())
+        keys.push_back(key);
+    EXPECT_EQ(keys, (std::vector<std::string>{"color", "lumettaKeyWords"}));
+    EXPECT_EQ(carried.get("lumettaKeyWords"), platform::Value(platform::Array{platform::Value("Work")}));
+    // Other sources bring nothing but the message.
+    EXPECT_TRUE(drain(folder.write("2.eml", message)).messages.at(0).properties.empty());
 }
 
 // Paths and files that hold no importable message are errors that say why.
