@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Tags are found the moment a message has them, whichever way it came by them: a message
 # whose attachments were removed, one imported from an .emlx file, mail adopted from a
-# folder. `mdfind`, `find` and smart mailboxes agree on every message, even when a
+# folder, a file the client moved to its other place. `mdfind`, `find` and smart mailboxes agree on every message, even when a
 # file's keywords hold more than strings or its count line is one the tag store cannot
 # read. A file whose count line is too small is never written, whatever touches it.
 set -euo pipefail
@@ -93,6 +93,15 @@ agree "adopted mailbox" Adopted 1
   "$lumetta" adopt "$home/Old" >/dev/null || fail "adopt a library in place"
   agree "adopted library" Adopted 1
 )
+
+# A file the client moved beside its attachments is tagged and found where it lies now.
+moved=$(pathOf "$stripped")
+mv "$moved" "${moved%.emlx}.partial.emlx"
+"$lumetta" tag "$stripped" --add-keyword Moved >/dev/null || fail "tag a moved file"
+grep -q "<string>Moved</string>" "${moved%.emlx}.partial.emlx" || fail "the moved file was not written"
+agree "file at its other place" Moved 1
+mv "${moved%.emlx}.partial.emlx" "$moved"
+"$lumetta" reindex >/dev/null 2>&1 || fail "reindex"
 
 # A count line longer than the tag store reads: no tags for anyone, and none in the index.
 wide=$(pathOf "$copy")
