@@ -1,6 +1,7 @@
 #include "mailhost/cli/TagPlan.h"
 
 #include "mailhost/cli/DueDateArgument.h"
+#include "mailhost/rules/TagPriority.h"
 #include "mailhost/viewer/DialogAnswers.h"
 #include "platform/runtime/Send.h"
 
@@ -17,7 +18,6 @@ using Step = TagPlan::Step;
 namespace {
 
 constexpr int kUsage = 2;
-constexpr int kHighestPriority = 5;
 
 platform::Error usage(std::string message) {
     return platform::makeError(std::move(message), kUsage);
@@ -136,11 +136,11 @@ platform::Result<TagPlan> TagPlan::read(const Options& o) {
         steps.push_back(values("setProject:", *o.project, "set project to " + *o.project));
 
     if (o.priority) {
-        auto n = wholeNumber(*o.priority);
-        if (!n || *n < 0 || *n > kHighestPriority)
-            return usage("--priority \"" + *o.priority + "\": give a whole number from 1 (low) to " +
-                         std::to_string(kHighestPriority) + " (high), or 0 to remove the priority");
-        Step s = values("setPriority:", *n, *n == 0 ? "cleared priority" : "set priority to " + *o.priority);
+        auto n = TagPriority::read(*o.priority, "--priority \"" + *o.priority + "\"");
+        if (!n)
+            return usage(n.error().message);
+        Step s = values("setPriority:", n.value(),
+                        n.value() == 0 ? "cleared priority" : "set priority to " + *o.priority);
         s.send = Step::Send::Priority;
         steps.push_back(std::move(s));
     }

@@ -3,6 +3,7 @@
 #include "mailhost/criteria/DateCondition.h"
 #include "mailhost/rules/MessageColoring.h"
 #include "mailhost/rules/MessageRule.h"
+#include "mailhost/rules/TagPriority.h"
 #include "platform/foundation/Array.h"
 #include "platform/foundation/CalendarDateFormatter.h"
 #include "platform/foundation/Value.h"
@@ -232,13 +233,13 @@ const std::array kForms = {
          "project=NAME       set the project (project=None removes it)"},
     Form{"priority", Takes::Value,
          [](MessageRule& r, std::string_view v) -> Result<void> {
-             const auto n = wholeNumber(v);
-             if (!n || *n < 0 || *n > 1000)
-                 return unreadable("priority= takes a whole number (0 removes the priority)");
-             setInfo(r, tag::kPriority, *n);
+             const auto n = TagPriority::read(v, "priority=" + std::string(v));
+             if (!n)
+                 return unreadable(n.error().message);
+             setInfo(r, tag::kPriority, n.value());
              return {};
          },
-         "priority=N         set the priority (0 removes it)"},
+         "priority=N         set the priority from 1 (low) to 5 (high); 0 removes it"},
     Form{"add-keyword", Takes::Value,
          [](MessageRule& r, std::string_view v) -> Result<void> {
              addToInfoList(r, tag::kAddKeywords, v);
