@@ -101,6 +101,12 @@ Result<PropertyValue> PropertyReader::toDoValue(const ObjectRef& object, OSType 
     case pCompletionDate:
         return dateOrMissing(toDo.completionDate);
     case pDueDate:
+        // A DUE that cannot be read is no "missing value": a client would take that for a
+        // to-do without a due date and clear or keep its own copy on a false premise.
+        if (toDo.dueDateProblem)
+            return platform::makeError("Can't get due date of " + object.description() + ": " +
+                                           toDo.file.string() + ": " + *toDo.dueDateProblem + ".",
+                                       errAEEventFailed);
         return dateOrMissing(toDo.dueDate);
     case pPriority:
         return PropertyValue::enumeration(DescValues::priorityCode(toDo.priority));

@@ -22,7 +22,8 @@ namespace calendarapp {
 //
 // A property without a value reads as missing value; 'pALL' is a record of all of them.
 // A property the object does not have, and an object that is no longer in the store,
-// fail with errAENoSuchObject.
+// fail with errAENoSuchObject; a due date the item file holds in a form that cannot be
+// read fails with errAEEventFailed, and so does 'pALL' of that to-do.
 class PropertyReader {
 public:
     explicit PropertyReader(const ToDoStore& store) : store_(store) {}

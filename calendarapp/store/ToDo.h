@@ -38,6 +38,9 @@ struct ToDo : ToDoProperties {
     // Trigger dates of the display alarms in file order. A relative trigger counts from
     // the start or the due date; it has no date when that is missing.
     std::vector<std::optional<platform::Date>> displayAlarms;
+    // Why the file's DUE cannot be read (a day that does not exist, a value that is no
+    // date); dueDate is then empty, which must not be taken for "no due date".
+    std::optional<std::string> dueDateProblem;
 };
 
 // The to-dos of one or more calendars. Item files that cannot be read do not stop a

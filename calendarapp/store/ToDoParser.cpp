@@ -3,6 +3,7 @@
 #include "calendarapp/store/ICalTime.h"
 #include "calendarapp/store/ToDoPriority.h"
 
+#include <cctype>
 #include <memory>
 #include <string>
 
@@ -61,12 +62,52 @@ std::vector<std::optional<platform::Date>> displayAlarms(icalcomponent* toDo) {
     return alarms;
 }
 
+// Whether the last line that is not blank closes the calendar object. libical forgives
+// a file cut off inside its last line, but vdir items are replaced whole, so a file
+// that stops short was damaged and its to-do may have lost properties.
+bool endsTheCalendar(std::string_view bytes) {
+    while (!bytes.empty() &&
+           (bytes.back() == '\n' || bytes.back() == '\r' || bytes.back() == ' ' || bytes.back() == '\t'))
+        bytes.remove_suffix(1);
+    constexpr std::string_view kEnd = "END:VCALENDAR";
+    if (bytes.size() < kEnd.size())
+        return false;
+    const std::string_view last = bytes.substr(bytes.size() - kEnd.size());
+    for (std::size_t i = 0; i < kEnd.size(); ++i)
+        if (std::toupper(static_cast<unsigned char>(last[i])) != kEnd[i])
+            return false;
+    return bytes.size() == kEnd.size() || bytes[bytes.size() - kEnd.size() - 1] == '\n';
+}
+
+// Why the to-do's DUE is there but cannot be read, or nothing. libical keeps a value
+// whose digits name no real day (it would roll over into another one) and drops one that
+// is no date at all, leaving an X-LIC-ERROR that names the property in its text.
+std::optional<std::string> dueDateProblem(icalcomponent* toDo, const std::optional<platform::Date>& read) {
+    if (icalproperty* due = icalcomponent_get_first_property(toDo, ICAL_DUE_PROPERTY)) {
+        if (read)
+            return std::nullopt;
+        const char* value = icalproperty_get_value_as_string(due);
+        return "DUE \"" + std::string(value != nullptr ? value : "") + "\" is not a day and time that exist";
+    }
+    for (icalproperty* error = icalcomponent_get_first_property(toDo, ICAL_XLICERROR_PROPERTY);
+         error != nullptr; error = icalcomponent_get_next_property(toDo, ICAL_XLICERROR_PROPERTY)) {
+        const char* text = icalproperty_get_xlicerror(error);
+        if (text != nullptr && std::string_view(text).find(" DUE property") != std::string_view::npos)
+            return "DUE cannot be read (" + std::string(text) + ")";
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 platform::Result<ToDo> ToDoParser::parse(std::string_view bytes, platform::Date fileModified) {
     // libical reads C strings: a NUL byte would silently end the file early.
     if (bytes.find('\0') != std::string_view::npos)
         return platform::makeError("not an iCalendar object: it holds NUL bytes");
+    if (bytes.find_first_not_of(" \t\r\n") == std::string_view::npos)
+        return platform::makeError("not an iCalendar object: the file is empty");
+    if (!endsTheCalendar(bytes))
+        return platform::makeError("not an iCalendar object: it ends before END:VCALENDAR (cut short?)");
     const std::string terminated(bytes);
     std::unique_ptr<icalcomponent, ComponentFree> root(icalparser_parse_string(terminated.c_str()));
     if (!root)
@@ -90,6 +131,7 @@ platform::Result<ToDo> ToDoParser::parse(std::string_view bytes, platform::Date 
         result.url = text(icalproperty_get_url(url));
     if (icalcomponent_get_first_property(toDo, ICAL_DUE_PROPERTY) != nullptr)
         result.dueDate = ICalTime::toDate(icalcomponent_get_due(toDo));
+    result.dueDateProblem = dueDateProblem(toDo, result.dueDate);
     if (icalproperty* priority = icalcomponent_get_first_property(toDo, ICAL_PRIORITY_PROPERTY))
         result.priority = ToDoPriority::normalised(icalproperty_get_priority(priority));
 

@@ -15,7 +15,9 @@ public:
     // `fileModified` is the file's modification time: it takes part in the stamp, and it
     // stands in for the completion date of a to-do another program marked COMPLETED
     // without saying when. Fails, with the reason, for bytes that are not one calendar
-    // object holding a to-do with a UID.
+    // object holding a to-do with a UID, and for a file that stops before its closing
+    // END:VCALENDAR. A DUE that cannot be read does not fail the to-do: it is named in
+    // ToDo::dueDateProblem.
     static platform::Result<ToDo> parse(std::string_view bytes, platform::Date fileModified);
 };
 

@@ -143,6 +143,7 @@ Result<ToDo> ToDoStore::findToDo(std::string_view uid) const {
         return calendarList.error();
     // Files are named after their UID when this store or most other programs make them;
     // only a UID that is not found that way costs a look at every file.
+    const std::string quoted = "\"" + std::string(uid) + "\"";
     if (ToDoUid::isSafeFileName(uid)) {
         for (const Calendar& calendar : calendarList.value()) {
             const fs::path file = calendar.folder / (std::string(uid) + ".ics");
@@ -152,17 +153,37 @@ Result<ToDo> ToDoStore::findToDo(std::string_view uid) const {
             auto toDo = load(file, calendar);
             if (toDo && toDo.value().uid == uid)
                 return toDo;
+            if (!toDo && toDo.error().code == EBADMSG)
+                return platform::makeError("the to-do " + quoted + " cannot be read: " + toDo.error().message,
+                                           EBADMSG);
         }
     }
+    // "No such to-do" is an answer clients act on (a message loses its link to it), so it
+    // is given only when every item file could be read: a damaged one may hold the UID.
+    std::vector<platform::Error> unreadable;
     for (const Calendar& calendar : calendarList.value()) {
         auto listing = toDos(calendar);
-        if (!listing)
+        if (!listing) {
+            unreadable.push_back(listing.error());
             continue;
+        }
         for (ToDo& toDo : listing.value().toDos)
             if (toDo.uid == uid)
                 return std::move(toDo);
+        // A file removed between listing the folder and reading it held no to-do.
+        for (platform::Error& skipped : listing.value().skipped)
+            if (skipped.code != ENOENT)
+                unreadable.push_back(std::move(skipped));
     }
-    return platform::makeError("no to-do with the UID \"" + std::string(uid) + "\"", ENOENT);
+    if (!unreadable.empty())
+        return platform::makeError("no readable to-do has the UID " + quoted + ", but " +
+                                       std::to_string(unreadable.size()) +
+                                       (unreadable.size() == 1 ? " item cannot be read and may hold it: "
+                                                               : " items cannot be read and may hold it, "
+                                                                 "the first: ") +
+                                       unreadable.front().message,
+                                   EBADMSG);
+    return platform::makeError("no to-do with the UID " + quoted, ENOENT);
 }
 
 Result<ToDo> ToDoStore::createToDo(std::string_view calendarName, const ToDoProperties& properties) {

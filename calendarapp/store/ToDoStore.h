@@ -53,6 +53,8 @@ public:
     // The to-dos whose stamp is later than `date`. Files not written since `date` are
     // only scanned for their stamps; damaged ones among them are not reported here.
     platform::Result<ToDoListing> toDosModifiedSince(platform::Date date) const;
+    // ENOENT only when every item file was read and none holds the UID; EBADMSG, naming
+    // the file, when one that may hold it cannot be read.
     platform::Result<ToDo> findToDo(std::string_view uid) const;
 
     // A new to-do at the end of the named calendar, with a fresh UID, in `<uid>.ics`.

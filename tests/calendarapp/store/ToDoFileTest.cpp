@@ -92,10 +92,48 @@ TEST_F(ToDoFileTest, MalformedItemsAreSkippedWithAReason) {
         EXPECT_NE(skipped->message.find(c.reason), std::string::npos) << skipped->message;
         EXPECT_TRUE(log.contains(c.name));
     }
-    // A UID found only in a damaged file is simply not there.
+    // With damaged files about, no UID is "not there" for sure: any of them may hold it.
     const std::string before = snapshot();
-    EXPECT_EQ(store_->setSummary("t", std::string("x")).error().code, ENOENT);
+    EXPECT_EQ(store_->setSummary("t", std::string("x")).error().code, EBADMSG);
     EXPECT_EQ(snapshot(), before);
+}
+
+// A to-do whose file is damaged is reported as unreadable, naming the file, never as a
+// to-do that is not there: a client unlinks its message on the second answer only.
+TEST_F(ToDoFileTest, DamagedToDoIsUnreadableNotAbsent) {
+    const std::string uid = "DAMAGED-1";
+    const std::string whole = "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nBEGIN:VTODO\r\nUID:" + uid +
+                              "\r\nSUMMARY:Call Bob\r\nEND:VTODO\r\nEND:VCALENDAR\r\n";
+    const struct {
+        const char* name;
+        std::string file; // file name in Work
+        std::string bytes;
+        const char* reason;
+    } cases[] = {
+        {"truncated", uid + ".ics", whole.substr(0, whole.size() / 2), "cut short"},
+        {"cut in its last line", uid + ".ics", whole.substr(0, whole.size() - 6), "cut short"},
+        {"empty", uid + ".ics", "", "empty"},
+        {"without UID", uid + ".ics",
+         "BEGIN:VCALENDAR\r\nBEGIN:VTODO\r\nSUMMARY:s\r\nEND:VTODO\r\nEND:VCALENDAR\r\n", "no UID"},
+        {"under another name", "other-name.ics", whole.substr(0, 40), "may hold it"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::filesystem::path file = place(c.file, c.bytes);
+        auto found = freshStore().findToDo(uid);
+        ASSERT_FALSE(found.ok());
+        EXPECT_EQ(found.error().code, EBADMSG);
+        EXPECT_NE(found.error().message.find(c.reason), std::string::npos) << found.error().message;
+        EXPECT_NE(found.error().message.find(file.string()), std::string::npos) << found.error().message;
+        const std::string before = snapshot();
+        EXPECT_EQ(store_->deleteToDo(uid).error().code, EBADMSG);
+        EXPECT_EQ(snapshot(), before);
+        std::filesystem::remove(file);
+    }
+    // Once every file reads, a UID none of them holds is not there.
+    EXPECT_EQ(freshStore().findToDo(uid).error().code, ENOENT);
+    place(uid + ".ics", whole);
+    EXPECT_EQ(freshStore().findToDo(uid).value().summary, "Call Bob");
 }
 
 // A file whose components do not pair up reads as libical forgives it, but a change is

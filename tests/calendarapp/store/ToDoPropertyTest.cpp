@@ -125,6 +125,37 @@ TEST_F(ToDoPropertyTest, ForeignDueDatesReadAsTheirInstant) {
     }
 }
 
+// A DUE that names no real moment, or is no date at all, reads as no due date and is
+// named as unreadable: rolled over into another day it would be a wrong date.
+TEST_F(ToDoPropertyTest, UnreadableDueDatesAreNamedNotGuessed) {
+    const struct {
+        std::string due;
+        const char* named; // in ToDo::dueDateProblem; empty: the DUE reads
+    } cases[] = {
+        {"DUE;VALUE=DATE:20261131", "20261131"},
+        {"DUE:20260230T100000Z", "20260230T100000Z"},
+        {"DUE:20261122T256000", "20261122T256000"},
+        {"DUE;VALUE=DATE:20261322", "20261322"},
+        {"DUE:garbage", "garbage"},
+        {"DUE:", "DUE"},
+        {"DUE;VALUE=DATE:20240229", ""},
+        {"DUE:20241231T235960Z", ""}, // leap day, leap second
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.due);
+        const ToDo toDo = foreign(c.due + "\r\nSUMMARY:still read\r\n");
+        EXPECT_EQ(toDo.summary, "still read");
+        if (*c.named == '\0') {
+            EXPECT_TRUE(toDo.dueDate.has_value());
+            EXPECT_FALSE(toDo.dueDateProblem.has_value()) << *toDo.dueDateProblem;
+            continue;
+        }
+        EXPECT_FALSE(toDo.dueDate.has_value()) << seconds(toDo.dueDate).value_or("");
+        ASSERT_TRUE(toDo.dueDateProblem.has_value());
+        EXPECT_NE(toDo.dueDateProblem->find(c.named), std::string::npos) << *toDo.dueDateProblem;
+    }
+}
+
 // Completion marks the status too; reopening undoes only what completion did, and a
 // to-do another program marked COMPLETED without a date counts as done when last changed.
 TEST_F(ToDoPropertyTest, CompletionKeepsStatusInStep) {
