@@ -1,6 +1,7 @@
 #include "samples/SampleMailGenerator.h"
 
 #include <cstdio>
+#include <fstream>
 #include <iterator>
 
 namespace samples {
@@ -175,6 +176,23 @@ void SampleMailGenerator::writeMbox(std::ostream& out, int count, bool sent) {
         out << "From " << (sent ? "ada@example.org" : "MAILER-DAEMON") << " " << mboxDate(when_) << "\n"
             << quoteFromLines(message) << "\n";
     }
+}
+
+bool SampleMailGenerator::writeMaildir(const std::filesystem::path& folder, int count) {
+    std::error_code ec;
+    for (const char* sub : {"cur", "new", "tmp"})
+        if (std::filesystem::create_directories(folder / sub, ec); ec)
+            return false;
+    for (int i = 0; i < count; ++i) {
+        const int serial = serial_;
+        const std::string message = nextMessage(i % 2 == 1);
+        std::ofstream file(folder / "cur" / (std::to_string(serial) + ".lumetta-sample:2,S"),
+                           std::ios::binary);
+        file << message;
+        if (!file.flush())
+            return false;
+    }
+    return true;
 }
 
 } // namespace samples
