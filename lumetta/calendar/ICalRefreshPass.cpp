@@ -60,12 +60,19 @@ std::optional<std::string> whyNotAsked(UserDefaults& defaults) {
     return std::nullopt;
 }
 
-// Re-reads one message's to-do into its tags, noting what changed.
-void rereadOne(mailhost::Message& message, std::int64_t row, Array& changes) {
+// Re-reads one message's to-do into its tags, noting what changed, or why its to-do
+// could not be read (its link and tags then stay as they were).
+void rereadOne(mailhost::Message& message, std::int64_t row, Array& changes, Array& problems) {
     const Dictionary before = tagsOf(message);
-    platform::runtime::sendVoid(static_cast<platform::runtime::Object*>(&message),
-                                CalendarSelectors::kRefreshFromICal);
+    const auto problem = platform::runtime::send<std::optional<std::string>>(
+        static_cast<platform::runtime::Object*>(&message),
+        CalendarSelectors::kRefreshFromICalReportingProblem);
     addChanges(changes, row, before, tagsOf(message));
+    if (problem && *problem) {
+        platform::Log::line(platform::format("Lumetta: message %@ keeps its link: %@",
+                                             {Value(static_cast<long long>(row)), **problem}));
+        problems.add(Dictionary{{"id", Value(static_cast<long long>(row))}, {"problem", **problem}});
+    }
 }
 
 // A message file's library row: its file name without extension, as in a to-do's url.
@@ -101,14 +108,19 @@ Dictionary ICalRefreshPass::run(LumettaICalToDo& refresher) {
     // The first pass looks at every linked to-do.
     const Value last = defaults.valueForKey("lumettaLastICalRefreshDate");
     const platform::Date since = last.date() ? *last.date() : platform::Date{};
-    LumettaICalToDo::onMainThread([&] { refresher._fetchToDosModifiedSince(since); });
+    LumettaICalToDo::expectAnswers();
+    bool listedNow = false;
+    LumettaICalToDo::onMainThread([&] { listedNow = refresher._fetchToDosModifiedSince(since); });
+    if (!listedNow)
+        summary.set("trouble", "the calendar application did not list the changed to-dos: " +
+                                   refresher.trouble().value_or("no reason given"));
 
-    // A calendar that goes quiet mid-pass would cost every message left a whole timeout
-    // and then its link. The pass stops after the first re-read that met silence (that
-    // message is unlinked, as any re-read without an answer is) and keeps the date of the
-    // last refresh, so the next pass lists the rest again.
+    // A calendar that goes quiet mid-pass would cost every message left a whole timeout.
+    // The pass stops after the first re-read that met silence (that message keeps its
+    // link, as every message whose to-do could not be read does) and keeps the date of
+    // the last refresh, so the next pass lists the rest again.
     const std::uint64_t quietBefore = LumettaICalToDo::unansweredEvents();
-    Array changes;
+    Array changes, problems;
     long long listed = 0, found = 0, left = 0;
     if (const auto& identifiers = refresher.msgsToUpdate()) {
         for (const Value& identifier : identifiers->items()) {
@@ -122,11 +134,13 @@ Dictionary ICalRefreshPass::run(LumettaICalToDo& refresher) {
             if (!message)
                 continue;
             ++found;
-            rereadOne(*message, row, changes);
+            rereadOne(*message, row, changes, problems);
         }
     }
 
-    if (left > 0) {
+    // A to-do that cannot be read does not hold the date back: its file changes when it is
+    // mended, and the pass after that lists it again.
+    if (left > 0 || !listedNow) {
         platform::Log::line(platform::format(
             "Lumetta: the calendar stopped answering; %@ messages are left for the next refresh",
             {Value(left)}));
@@ -141,15 +155,16 @@ Dictionary ICalRefreshPass::run(LumettaICalToDo& refresher) {
     summary.set("found", found);
     summary.set("left", left);
     summary.set("changes", changes);
+    summary.set("problems", problems);
     return summary;
 }
 
-Array ICalRefreshPass::reread(const std::vector<std::int64_t>& rows) {
-    Array changes;
+Dictionary ICalRefreshPass::reread(const std::vector<std::int64_t>& rows) {
+    Array changes, problems;
     for (const std::int64_t row : rows)
         if (const auto message = mailhost::Library::messageWithLibraryID(nullptr, row))
-            rereadOne(*message, row, changes);
-    return changes;
+            rereadOne(*message, row, changes, problems);
+    return Dictionary{{"changes", changes}, {"problems", problems}};
 }
 
 Dictionary ICalRefreshPass::sweepVanished() {
@@ -174,9 +189,11 @@ Dictionary ICalRefreshPass::sweepVanished() {
     LumettaICalToDo listing;
     LumettaICalToDo::onMainThread([&] { listing._fetchToDosModifiedSince(platform::Date{}); });
     if (!listing.msgsToUpdate()) {
-        // Without the list every linked message would be re-read, and one that meets a
-        // calendar gone quiet would lose its link for nothing.
-        summary.set("reason", "the calendar application did not list its to-dos");
+        // Without the list every linked message would be re-read, each costing a look
+        // at a calendar that does not answer.
+        summary.set("reason", "the calendar application did not list its to-dos: " +
+                                  listing.trouble().value_or("no reason given"));
+        summary.set("trouble", true);
         return summary;
     }
     std::set<std::int64_t> listed;
@@ -184,11 +201,13 @@ Dictionary ICalRefreshPass::sweepVanished() {
         listed.insert(identifier.integerValue());
 
     const std::uint64_t quietBefore = LumettaICalToDo::unansweredEvents();
-    Array changes;
-    long long linked = 0, checked = 0;
+    Array changes, problems;
+    long long linked = 0, checked = 0, left = 0;
     for (const std::string& file : linkedFiles.value()) {
-        if (LumettaICalToDo::unansweredEvents() != quietBefore)
-            break; // gone quiet: what is left waits for the next sweep
+        if (LumettaICalToDo::unansweredEvents() != quietBefore) {
+            ++left; // gone quiet: what is left waits for the next sweep
+            continue;
+        }
         const auto row = rowOfFile(file);
         if (!row)
             continue;
@@ -199,12 +218,14 @@ Dictionary ICalRefreshPass::sweepVanished() {
         if (listed.contains(*row))
             continue;
         ++checked;
-        rereadOne(*message, *row, changes);
+        rereadOne(*message, *row, changes, problems);
     }
     summary.set("asked", true);
     summary.set("linked", linked);
     summary.set("checked", checked);
+    summary.set("left", left);
     summary.set("changes", changes);
+    summary.set("problems", problems);
     return summary;
 }
 

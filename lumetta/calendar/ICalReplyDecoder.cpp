@@ -20,6 +20,24 @@ std::optional<AEDesc> ICalReplyDecoder::firstObject(const AppleEvent& reply) {
     return std::nullopt;
 }
 
+bool ICalReplyDecoder::listsNothing(const AppleEvent& reply) {
+    const AEDesc* list = reply.directObject();
+    return !reply.errorNumber() && list && list->descriptorType() == typeAEList && list->count() == 0;
+}
+
+std::optional<std::string> ICalReplyDecoder::errorOf(const AppleEvent& reply) {
+    const auto number = reply.errorNumber();
+    if (!number && !reply.param(keyErrorNumber))
+        return std::nullopt;
+    if (auto text = reply.errorString(); text && !text->empty())
+        return *text;
+    return "error " + std::to_string(number.value_or(0));
+}
+
+bool ICalReplyDecoder::saysNoSuchObject(const AppleEvent& reply) {
+    return reply.errorNumber() == errAENoSuchObject;
+}
+
 std::optional<std::string> ICalReplyDecoder::directString(const AppleEvent& reply) {
     const AEDesc* object = reply.directObject();
     return object ? object->stringValue() : std::nullopt;

@@ -21,6 +21,14 @@ public:
     // The first object specifier in the list the reply's direct object holds (the answer
     // to a test query); nullopt when the direct object is no list or holds none.
     static std::optional<AEDesc> firstObject(const AppleEvent& reply);
+    // Whether the answer to a test query is a list of nothing: the calendar's word that no
+    // object passed the test. Anything else (no list, no answer) says nothing of the kind.
+    static bool listsNothing(const AppleEvent& reply);
+    // The calendar's own words for the error a reply carries ("errs", else its number);
+    // nullopt for a reply without an error.
+    static std::optional<std::string> errorOf(const AppleEvent& reply);
+    // Whether the reply's error says the object asked about is not there.
+    static bool saysNoSuchObject(const AppleEvent& reply);
     // The reply's direct object as text, nullopt without one or when it is not text.
     static std::optional<std::string> directString(const AppleEvent& reply);
 

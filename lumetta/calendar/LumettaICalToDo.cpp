@@ -14,6 +14,8 @@
 #include "platform/foundation/RunLoop.h"
 #include "platform/foundation/UserDefaults.h"
 
+#include <chrono>
+
 namespace lumetta {
 
 using namespace platform::appleevents;
@@ -41,6 +43,24 @@ bool hasError(const AppleEvent& reply) {
     return reply.param(keyErrorNumber) != nullptr;
 }
 
+std::int64_t steadyNow() {
+    return std::chrono::steady_clock::now().time_since_epoch().count();
+}
+
+// What a failed exchange means for the user.
+std::string silence(OSStatus status) {
+    switch (status) {
+    case errAETimeout:
+        return "the calendar application did not answer in time (is it stopped or stuck?)";
+    case procNotFound:
+        return "the calendar application is not running";
+    case connectionInvalid:
+        return "the calendar application went away before answering";
+    default:
+        return "the calendar application could not be reached (status " + std::to_string(status) + ")";
+    }
+}
+
 } // namespace
 
 // -- Sending ------------------------------------------------------------------------------
@@ -53,12 +73,44 @@ void LumettaICalToDo::onMainThread(const std::function<void()>& work) {
         loop->performOnMainThread(work, true);
 }
 
+void LumettaICalToDo::beginCall() {
+    trouble_.reset();
+    gone_ = false;
+}
+
 std::optional<AppleEvent> LumettaICalToDo::query(const AppleEvent& event) {
+    // A calendar that just let a send run out of time is not waited for again: a refresh
+    // over many messages would otherwise wait a timeout for each of them.
+    if (steadyNow() < quietUntil_.load()) {
+        ++unanswered_;
+        trouble_ = "the calendar application stopped answering moments ago (is it stopped or stuck?)";
+        return std::nullopt;
+    }
     AppleEvent reply;
     const OSStatus status = AESendMessage(event, &reply, kQueryMode, eventTimeout());
     if (status != noErr) {
         ++unanswered_;
+        if (status == errAETimeout)
+            quietUntil_.store(
+                steadyNow() +
+                std::chrono::duration_cast<std::chrono::steady_clock::duration>(kQuietPeriod).count());
+        trouble_ = silence(status);
         debugLog(0, "Lumetta: the calendar did not answer %@: %d", {eventName(event), status});
+        return std::nullopt;
+    }
+    return reply;
+}
+
+std::optional<AppleEvent> LumettaICalToDo::confirmedQuery(const AppleEvent& event) {
+    auto reply = query(event);
+    if (!reply)
+        return std::nullopt;
+    if (ICalReplyDecoder::saysNoSuchObject(*reply)) {
+        gone_ = true;
+        return std::nullopt;
+    }
+    if (const auto error = ICalReplyDecoder::errorOf(*reply)) {
+        trouble_ = "the calendar application answered: " + *error;
         return std::nullopt;
     }
     return reply;
@@ -68,6 +120,7 @@ void LumettaICalToDo::command(const AppleEvent& event) {
     if (const OSStatus status = AESendMessage(event, nullptr, kCommandMode, eventTimeout());
         status != noErr) {
         ++unanswered_;
+        trouble_ = silence(status);
         debugLog(0, "Lumetta: the calendar did not take %@: %d", {eventName(event), status});
     }
 }
@@ -90,20 +143,25 @@ void LumettaICalToDo::launchICal() {
 
 void LumettaICalToDo::createToDoInICalUsingDictionary(const std::optional<Dictionary>& properties) {
     onMainThread([&] {
+        beginCall();
         launchICal();
         _createToDoInICalUsingDictionary(properties);
     });
 }
 
-void LumettaICalToDo::deleteICalEvent() {
+bool LumettaICalToDo::deleteICalEvent() {
+    bool done = false;
     onMainThread([&] {
+        beginCall();
         launchICal();
-        _deleteICalEventWithUID(iCalUID_);
+        done = _deleteICalEventWithUID(iCalUID_);
     });
+    return done;
 }
 
 void LumettaICalToDo::setTitle(const std::optional<std::string>& title) {
     onMainThread([&] {
+        beginCall();
         launchICal();
         _setStringValue(title, ICalCodes::pSummary);
     });
@@ -111,6 +169,7 @@ void LumettaICalToDo::setTitle(const std::optional<std::string>& title) {
 
 void LumettaICalToDo::setPriority(int priority) {
     onMainThread([&] {
+        beginCall();
         launchICal();
         _setPriority(Value(priority));
     });
@@ -118,6 +177,7 @@ void LumettaICalToDo::setPriority(int priority) {
 
 void LumettaICalToDo::setURL(const std::optional<std::string>& url) {
     onMainThread([&] {
+        beginCall();
         _setStringValue(url ? std::optional<std::string>(ICalText::escapedURL(*url)) : std::nullopt,
                         ICalCodes::pUrl);
     });
@@ -125,6 +185,7 @@ void LumettaICalToDo::setURL(const std::optional<std::string>& url) {
 
 void LumettaICalToDo::setDescription(const std::optional<std::string>& description) {
     onMainThread([&] {
+        beginCall();
         launchICal();
         _setStringValue(description, ICalCodes::pNotes);
     });
@@ -132,6 +193,7 @@ void LumettaICalToDo::setDescription(const std::optional<std::string>& descripti
 
 void LumettaICalToDo::setCalendar(const std::optional<std::string>& calendar) {
     onMainThread([&] {
+        beginCall();
         launchICal();
         _setCalendar(calendar);
     });
@@ -139,6 +201,7 @@ void LumettaICalToDo::setCalendar(const std::optional<std::string>& calendar) {
 
 void LumettaICalToDo::setCompleteStateTo(const Value& state) {
     onMainThread([&] {
+        beginCall();
         launchICal();
         _setCompleteStateTo(state);
     });
@@ -146,6 +209,7 @@ void LumettaICalToDo::setCompleteStateTo(const Value& state) {
 
 void LumettaICalToDo::setDueDate(const std::optional<platform::Date>& dueDate) {
     onMainThread([&] {
+        beginCall();
         launchICal();
         _setDueDate(dueDate);
     });
@@ -153,6 +217,7 @@ void LumettaICalToDo::setDueDate(const std::optional<platform::Date>& dueDate) {
 
 void LumettaICalToDo::setDisplayAlarm(const platform::Date& alarm) {
     onMainThread([&] {
+        beginCall();
         launchICal();
         _setAlarm(alarm);
     });
@@ -160,14 +225,17 @@ void LumettaICalToDo::setDisplayAlarm(const platform::Date& alarm) {
 
 std::optional<Dictionary> LumettaICalToDo::properties() {
     onMainThread([&] {
-        if (!toDoProperties_)
+        if (!toDoProperties_) {
+            beginCall();
             _getPropertiesOfICalToDo();
+        }
     });
     return toDoProperties_;
 }
 
 void LumettaICalToDo::viewToDoInICal() {
     onMainThread([&] {
+        beginCall();
         launchICal();
         _viewToDoInICal();
     });
@@ -179,9 +247,22 @@ void LumettaICalToDo::_fetchICalToDoReferenceForUID(const std::optional<std::str
     if (!uid)
         return;
     fetchedToDoReference_.reset();
+    gone_ = false;
     launchICal();
-    if (auto reply = query(ICalEventBuilder::findToDoByUID(*uid)))
-        fetchedToDoReference_ = ICalReplyDecoder::firstObject(*reply);
+    const auto reply = query(ICalEventBuilder::findToDoByUID(*uid));
+    if (!reply)
+        return;
+    if (const auto error = ICalReplyDecoder::errorOf(*reply)) {
+        trouble_ = "the calendar application answered: " + *error;
+        return;
+    }
+    fetchedToDoReference_ = ICalReplyDecoder::firstObject(*reply);
+    // Only a list of nothing says the to-do is not there; an answer of another shape
+    // says nothing, and a message must not lose its link over it.
+    if (!fetchedToDoReference_ && ICalReplyDecoder::listsNothing(*reply))
+        gone_ = true;
+    else if (!fetchedToDoReference_)
+        trouble_ = "the calendar application's answer to a search by UID lists no to-do";
 }
 
 std::optional<AEDesc> LumettaICalToDo::existingToDo() {
@@ -192,8 +273,10 @@ std::optional<AEDesc> LumettaICalToDo::existingToDo() {
         if (!fetchedToDoReference_)
             return std::nullopt;
     }
-    if (fetchedToDoReference_->descriptorType() != typeObjectSpecifier)
+    if (fetchedToDoReference_->descriptorType() != typeObjectSpecifier) {
+        trouble_ = "the calendar application gave no reference to the to-do";
         return std::nullopt;
+    }
     return fetchedToDoReference_;
 }
 
@@ -247,14 +330,17 @@ bool LumettaICalToDo::_createCalendarWithName(const std::optional<std::string>& 
     return true;
 }
 
-void LumettaICalToDo::_deleteICalEventWithUID(const std::optional<std::string>& uid) {
+bool LumettaICalToDo::_deleteICalEventWithUID(const std::optional<std::string>& uid) {
     if (!uid)
-        return;
+        return true;
     _fetchICalToDoReferenceForUID(uid);
-    if (fetchedToDoReference_ && fetchedToDoReference_->descriptorType() == typeObjectSpecifier) {
-        command(ICalEventBuilder::deleteToDo(*fetchedToDoReference_));
+    bool done = gone_;
+    // The delete waits for its answer: only the calendar's word makes the link go.
+    if (!done && fetchedToDoReference_ && fetchedToDoReference_->descriptorType() == typeObjectSpecifier)
+        done = confirmedQuery(ICalEventBuilder::deleteToDo(*fetchedToDoReference_)).has_value() || gone_;
+    if (done)
         iCalUID_.reset();
-    }
+    return done;
 }
 
 void LumettaICalToDo::_setStringValue(const std::optional<std::string>& value, OSType property) {
@@ -368,12 +454,14 @@ std::optional<Dictionary> LumettaICalToDo::_getPropertiesOfICalToDo() {
     const auto toDo = existingToDo();
     if (!toDo)
         return std::nullopt;
-    const auto all = query(ICalEventBuilder::getAllProperties(*toDo));
+    const auto all = confirmedQuery(ICalEventBuilder::getAllProperties(*toDo));
     if (!all)
         return std::nullopt;
     auto properties = ICalReplyDecoder::toDoProperties(*all);
-    if (!properties)
+    if (!properties) {
+        trouble_ = "the calendar application's answer holds no properties of the to-do";
         return std::nullopt;
+    }
     if (const auto calendar = query(ICalEventBuilder::getCalendarName(*toDo)))
         if (auto name = ICalReplyDecoder::directString(*calendar))
             properties->set("calendar", *name);
@@ -389,22 +477,34 @@ void LumettaICalToDo::_viewToDoInICal() {
     command(ICalEventBuilder::activate());
 }
 
-void LumettaICalToDo::_fetchToDosModifiedSince(const platform::Date& since) {
+bool LumettaICalToDo::_fetchToDosModifiedSince(const platform::Date& since) {
+    beginCall();
     launchICal();
     auto stamp = AEDesc::longDateTime(since);
-    if (!stamp)
-        return;
-    const auto reply = query(ICalEventBuilder::toDosModifiedSince(std::move(stamp.value())));
-    if (!reply)
-        return;
+    if (!stamp) {
+        trouble_ = "the date of the last refresh cannot be sent to the calendar";
+        return false;
+    }
+    const auto reply = confirmedQuery(ICalEventBuilder::toDosModifiedSince(std::move(stamp.value())));
+    if (!reply) {
+        if (gone_)
+            trouble_ = "the calendar application has no calendars to list to-dos from";
+        return false;
+    }
+    const std::uint64_t quietBefore = unansweredEvents();
     Array identifiers;
     for (const AEDesc& toDo : ICalReplyDecoder::listedToDos(*reply)) {
         const auto url = query(ICalEventBuilder::getProperty(ICalCodes::pUrl, toDo));
+        // A calendar gone quiet part-way would leave a list that looks whole but is not.
+        if (unansweredEvents() != quietBefore)
+            return false;
         // A to-do whose url cannot be read names no message.
         if (auto text = url ? ICalReplyDecoder::directString(*url) : std::nullopt)
             identifiers.add(ICalReplyDecoder::messageIdentifier(*text));
     }
+    trouble_.reset(); // a url the calendar would not give is no failure of the list
     performResult_ = identifiers;
+    return true;
 }
 
 } // namespace lumetta

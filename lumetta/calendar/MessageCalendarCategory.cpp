@@ -27,6 +27,12 @@ std::optional<std::string> linkedUID(Message& message) {
     return uid.string() ? std::optional<std::string>(*uid.string()) : std::nullopt;
 }
 
+// What the user is told when the calendar could not settle a linked to-do's fate.
+std::string problemWith(const std::optional<std::string>& uid, const LumettaICalToDo& toDo) {
+    return "to-do " + uid.value_or("(none)") + ": " +
+           toDo.trouble().value_or("the calendar application gave no usable answer");
+}
+
 // Seconds since the reference date of a date value; anything else counts as no date.
 double secondsOf(const Value& value) {
     return value.date() ? value.date()->seconds : 0.0;
@@ -40,8 +46,12 @@ void MessageCalendarCategory::load() {
         return;
     cls->addInstanceMethod(CalendarSelectors::kCreateToDo, &lumettaCreateNewICalToDoInCalendar);
     cls->addInstanceMethod(CalendarSelectors::kDeleteToDo, &lumettaDeleteToDoInICal);
+    cls->addInstanceMethod(CalendarSelectors::kDeleteToDoReportingProblem,
+                           &lumettaDeleteToDoInICalReportingProblem);
     cls->addInstanceMethod(CalendarSelectors::kViewToDo, &lumettaViewToDoInICal);
     cls->addInstanceMethod(CalendarSelectors::kRefreshFromICal, &lumettaRefreshDataFromICal);
+    cls->addInstanceMethod(CalendarSelectors::kRefreshFromICalReportingProblem,
+                           &lumettaRefreshDataFromICalReportingProblem);
     cls->addInstanceMethod(CalendarSelectors::kToDoProperties, &lumettaICalToDoProperties);
 }
 
@@ -74,13 +84,21 @@ void MessageCalendarCategory::lumettaCreateNewICalToDoInCalendar(Object* self, S
     MessageTags::lumettaSetExtraData(*message, toDo.UID() ? Value(*toDo.UID()) : Value(), TagKeys::kICalUID);
 }
 
-void MessageCalendarCategory::lumettaDeleteToDoInICal(Object* self, Sel) {
+std::optional<std::string> MessageCalendarCategory::lumettaDeleteToDoInICalReportingProblem(Object* self,
+                                                                                            Sel) {
     Message* message = asMessage(self);
     if (!message)
-        return;
-    LumettaICalToDo toDo(linkedUID(*message));
-    toDo.deleteICalEvent();
+        return std::nullopt;
+    const auto uid = linkedUID(*message);
+    LumettaICalToDo toDo(uid);
+    if (!toDo.deleteICalEvent())
+        return problemWith(uid, toDo);
     MessageTags::lumettaRemoveExtraDataForKey(*message, TagKeys::kICalUID);
+    return std::nullopt;
+}
+
+void MessageCalendarCategory::lumettaDeleteToDoInICal(Object* self, Sel sel) {
+    (void)lumettaDeleteToDoInICalReportingProblem(self, sel);
 }
 
 void MessageCalendarCategory::lumettaViewToDoInICal(Object* self, Sel) {
@@ -90,10 +108,15 @@ void MessageCalendarCategory::lumettaViewToDoInICal(Object* self, Sel) {
     }
 }
 
-void MessageCalendarCategory::lumettaRefreshDataFromICal(Object* self, Sel) {
+void MessageCalendarCategory::lumettaRefreshDataFromICal(Object* self, Sel sel) {
+    (void)lumettaRefreshDataFromICalReportingProblem(self, sel);
+}
+
+std::optional<std::string> MessageCalendarCategory::lumettaRefreshDataFromICalReportingProblem(Object* self,
+                                                                                               Sel) {
     Message* message = asMessage(self);
     if (!message)
-        return;
+        return std::nullopt;
     // Each key below is read once, before its own change.
     const Dictionary record = MessageTags::lumettaExtraData(*message).value_or(Dictionary());
     const auto set = [&](Value value, const char* key) {
@@ -104,12 +127,17 @@ void MessageCalendarCategory::lumettaRefreshDataFromICal(Object* self, Sel) {
             MessageTags::lumettaRemoveExtraDataForKey(*message, key);
     };
 
-    LumettaICalToDo toDo(linkedUID(*message));
+    const auto uid = linkedUID(*message);
+    LumettaICalToDo toDo(uid);
     const auto properties = toDo.properties();
     if (!properties) {
+        // Silence or a file the calendar cannot read says nothing about the to-do: the
+        // message keeps its link and its tags until a refresh can read it again.
+        if (uid && !toDo.isGone())
+            return problemWith(uid, toDo);
         removeIfPresent(TagKeys::kICalUID);
         removeIfPresent(TagKeys::kICalCompletionDate);
-        return;
+        return std::nullopt;
     }
 
     if (const Value summary = properties->get("summary"); !summary.isNull()) {
@@ -141,6 +169,7 @@ void MessageCalendarCategory::lumettaRefreshDataFromICal(Object* self, Sel) {
             set(Value(1), TagKeys::kDueDateState);
         }
     }
+    return std::nullopt;
 }
 
 std::optional<Dictionary> MessageCalendarCategory::lumettaICalToDoProperties(Object* self, Sel) {

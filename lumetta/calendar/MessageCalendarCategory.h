@@ -6,6 +6,7 @@
 #include "platform/runtime/Send.h"
 
 #include <optional>
+#include <string>
 
 namespace lumetta {
 
@@ -28,14 +29,20 @@ public:
     // it. A failed creation leaves the message unlinked.
     static void lumettaCreateNewICalToDoInCalendar(Object* self, Sel, Value calendar, Value title, Value date,
                                                    Value priority, Value notes);
-    // Deletes the linked to-do and the link; the link goes even when the calendar could
-    // delete nothing.
+    // Deletes the linked to-do and then the link. The link goes only once the calendar has
+    // deleted the to-do or said there is no such to-do; otherwise it stays, so that the
+    // to-do can still be found from the message. Returns why it stayed, or nothing.
+    static std::optional<std::string> lumettaDeleteToDoInICalReportingProblem(Object* self, Sel);
+    // The same, for callers that take the link away themselves.
     static void lumettaDeleteToDoInICal(Object* self, Sel);
     static void lumettaViewToDoInICal(Object* self, Sel);
-    // Copies the linked to-do's title, priority, completion and due date into the tags. A
-    // to-do that cannot be read (gone, or the calendar does not answer) unlinks the
-    // message. The priority is stored as decimal text here, and a to-do without a due date
-    // leaves the message's due date alone.
+    // Copies the linked to-do's title, priority, completion and due date into the tags.
+    // Only the calendar's word that the to-do is not there unlinks the message; a calendar
+    // that does not answer, or cannot read the to-do's file, leaves every tag as it is and
+    // is returned as the problem. The priority is stored as decimal text here, and a to-do
+    // without a due date leaves the message's due date alone.
+    static std::optional<std::string> lumettaRefreshDataFromICalReportingProblem(Object* self, Sel);
+    // The same, without the problem.
     static void lumettaRefreshDataFromICal(Object* self, Sel);
     // The linked to-do's properties as the calendar reports them; nothing when the message
     // is not linked or the to-do cannot be read. For the command line's `todo show`.
@@ -47,8 +54,10 @@ namespace CalendarSelectors {
 inline constexpr const char* kCreateToDo =
     "lumettaCreateNewICalToDoInCalendar:withTitle:date:priority:notes:";
 inline constexpr const char* kDeleteToDo = "lumettaDeleteToDoInICal";
+inline constexpr const char* kDeleteToDoReportingProblem = "lumettaDeleteToDoInICalReportingProblem";
 inline constexpr const char* kViewToDo = "lumettaViewToDoInICal";
 inline constexpr const char* kRefreshFromICal = "lumettaRefreshDataFromICal";
+inline constexpr const char* kRefreshFromICalReportingProblem = "lumettaRefreshDataFromICalReportingProblem";
 inline constexpr const char* kToDoProperties = "lumettaICalToDoProperties";
 } // namespace CalendarSelectors
 

@@ -157,7 +157,7 @@ platform::Dictionary LumettaBundle::lumettaSweepVanishedToDos(Object*, Sel) {
     return ICalRefreshPass::sweepVanished();
 }
 
-platform::Array LumettaBundle::lumettaRereadMessagesFromICal(Object*, Sel, Value rows) {
+platform::Dictionary LumettaBundle::lumettaRereadMessagesFromICal(Object*, Sel, Value rows) {
     std::vector<std::int64_t> numbers;
     if (const platform::Array* given = rows.array())
         for (const Value& row : given->items())

@@ -61,9 +61,9 @@ public:
     // (ICalRefreshPass::sweepVanished). Returns the sweep's summary.
     static platform::Dictionary lumettaSweepVanishedToDos(Object*, Sel);
     // For a refresh the user asks for by message: re-reads the messages of these library
-    // rows (an array of numbers) whatever the calendar lists; the tag changes, as in a
-    // pass's summary (ICalRefreshPass::reread).
-    static platform::Array lumettaRereadMessagesFromICal(Object*, Sel, platform::Value rows);
+    // rows (an array of numbers) whatever the calendar lists; the tag changes and the
+    // to-dos that could not be read, as in a pass's summary (ICalRefreshPass::reread).
+    static platform::Dictionary lumettaRereadMessagesFromICal(Object*, Sel, platform::Value rows);
 
     // Loads one of the bundle's interface files; an error when it is missing or broken.
     static platform::Result<platform::InterfaceFile> loadInterface(const Class* cls, const std::string& name);

@@ -29,14 +29,15 @@ namespace {
 // The bundle's calendar operations, the stable interface between host and bundle:
 //   on a message:  lumettaCreateNewICalToDoInCalendar:withTitle:date:priority:notes:
 //                      Object*, Value calendar, Value title, Value date, Value priority, Value notes
-//                  lumettaDeleteToDoInICal, lumettaViewToDoInICal   Object*
+//                  lumettaDeleteToDoInICalReportingProblem          Object* -> std::optional<std::string>
+//                  lumettaViewToDoInICal                            Object*
 //                  lumettaICalToDoProperties                        Object* -> std::optional<Dictionary>
 //                  lumettaExtraDataForKey:                          Object*, std::string -> Value
 //   on the bundle: refreshICalData, which posts LUToDosWereRefreshed (object nil) with its summary;
 //                  lumettaSweepVanishedToDos                        Object* -> Dictionary
-//                  lumettaRereadMessagesFromICal:                   Object*, Value rows -> Array
+//                  lumettaRereadMessagesFromICal:                   Object*, Value rows -> Dictionary
 constexpr const char* kCreateToDo = "lumettaCreateNewICalToDoInCalendar:withTitle:date:priority:notes:";
-constexpr const char* kDeleteToDo = "lumettaDeleteToDoInICal";
+constexpr const char* kDeleteToDo = "lumettaDeleteToDoInICalReportingProblem";
 constexpr const char* kViewToDo = "lumettaViewToDoInICal";
 constexpr const char* kToDoProperties = "lumettaICalToDoProperties";
 constexpr const char* kExtraDataForKey = "lumettaExtraDataForKey:";
@@ -125,6 +126,9 @@ void printChanges(std::ostream& out, const Dictionary& summary) {
     const Dictionary* sweep = sweepSummary.dictionary();
     if (sweep && !sweep->get("asked").boolValue())
         out << "links to deleted to-dos not looked for: " << sweep->get("reason").stringValue() << "\n";
+    if (const long long left = sweep ? sweep->get("left").integerValue() : 0; left > 0)
+        out << "links to deleted to-dos not looked for on " << left << " more messages: the calendar "
+            << "stopped answering\n";
     if (!changes.array())
         return;
     for (const Value& change : changes.array()->items()) {
@@ -139,7 +143,32 @@ void printChanges(std::ostream& out, const Dictionary& summary) {
     }
 }
 
-// One pass's report: a summary, or why the calendar was not asked.
+// What kept the calendar from settling the fate of each link, on standard error: the
+// links all stay, and the user needs to know which and why.
+bool reportTrouble(std::ostream& err, const Dictionary& summary) {
+    bool any = false;
+    if (const Value trouble = summary.get("trouble"); trouble.isString()) {
+        err << "lumetta: " << trouble.stringValue() << "\n";
+        any = true;
+    }
+    const Value problems = summary.get("problems");
+    if (problems.array())
+        for (const Value& entry : problems.array()->items())
+            if (const Dictionary* problem = entry.dictionary()) {
+                err << "lumetta: message " << problem->get("id").integerValue()
+                    << " keeps its link: " << problem->get("problem").stringValue() << "\n";
+                any = true;
+            }
+    const Value sweepSummary = summary.get("sweep");
+    if (const Dictionary* sweep = sweepSummary.dictionary(); sweep && sweep->get("trouble").boolValue()) {
+        err << "lumetta: " << sweep->get("reason").stringValue() << "\n";
+        any = true;
+    }
+    return any;
+}
+
+// One pass's report: a summary, or why the calendar was not asked. Exits 1 when the
+// calendar was not asked, or left anything undone.
 int report(const Context& c, const Dictionary& summary) {
     if (c.json) {
         Json json;
@@ -151,7 +180,12 @@ int report(const Context& c, const Dictionary& summary) {
         c.out << "not refreshed: " << summary.get("reason").stringValue() << "\n";
     }
     c.out.flush();
-    return summary.get("asked").boolValue() && summary.get("left").integerValue() == 0 ? 0 : 1;
+    const bool troubled = reportTrouble(c.err, summary);
+    const Value sweepSummary = summary.get("sweep");
+    const Dictionary* sweep = sweepSummary.dictionary();
+    const bool undone =
+        summary.get("left").integerValue() > 0 || (sweep && sweep->get("left").integerValue() > 0);
+    return summary.get("asked").boolValue() && !troubled && !undone ? 0 : 1;
 }
 
 } // namespace
@@ -281,7 +315,16 @@ int TodoCommands::remove(const Context& c) const {
     std::string uid;
     if (const int status = findTarget(c, id_, t); status || requireLink(c, id_, t, uid))
         return status ? status : 1;
-    platform::runtime::sendVoid(t.object(), kDeleteToDo);
+    const auto problem = platform::runtime::send<std::optional<std::string>>(t.object(), kDeleteToDo);
+    if (!problem) {
+        c.err << "lumetta: the Lumetta bundle loaded cannot delete to-dos\n";
+        return 1;
+    }
+    if (*problem) {
+        c.err << "lumetta: to-do " << uid << " was not deleted, and message " << id_
+              << " stays linked to it: " << **problem << "\n";
+        return 1;
+    }
     c.out << "deleted to-do " << uid << "; message " << id_ << " is no longer linked\n";
     return 0;
 }
@@ -312,31 +355,35 @@ int TodoCommands::refresh(const Context& c, const BundleLoader& bundles) const {
         return 1;
     }
     if (summary->get("asked").boolValue()) {
-        const Value listed = summary->get("changes");
-        platform::Array changes = listed.array() ? *listed.array() : platform::Array();
-        const auto add = [&changes](const platform::Array& more) {
-            for (const Value& change : more.items())
-                changes.add(change);
+        platform::Array changes, problems;
+        const auto add = [](platform::Array& to, const Value& more) {
+            if (more.array())
+                for (const Value& entry : more.array()->items())
+                    to.add(entry);
         };
+        add(changes, summary->get("changes"));
+        add(problems, summary->get("problems"));
         if (!named.empty()) {
             platform::Array rows;
             for (const Target& t : named)
                 rows.add(Value(
                     static_cast<long long>(static_cast<LibraryMessage*>(t.message.get())->libraryID())));
-            add(platform::runtime::send<platform::Array>(bundle, kReread, Value(rows))
-                    .value_or(platform::Array()));
+            const Dictionary reread =
+                platform::runtime::send<Dictionary>(bundle, kReread, Value(rows)).value_or(Dictionary());
+            add(changes, reread.get("changes"));
+            add(problems, reread.get("problems"));
         }
         // A pass cannot see to-dos deleted in the calendar; asked for by hand, the refresh
         // also unlinks the messages that point at one.
         if (platform::runtime::respondsToSelector(bundle, kSweep)) {
             const Dictionary sweep =
                 platform::runtime::send<Dictionary>(bundle, kSweep).value_or(Dictionary());
-            const Value found = sweep.get("changes");
-            if (found.array())
-                add(*found.array());
+            add(changes, sweep.get("changes"));
+            add(problems, sweep.get("problems"));
             summary->set("sweep", sweep);
         }
         summary->set("changes", changes);
+        summary->set("problems", problems);
     }
     return report(c, *summary);
 }

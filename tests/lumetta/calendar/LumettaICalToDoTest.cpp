@@ -154,7 +154,8 @@ TEST_F(ICalToDoTest, SetCalendarMovesTheToDo) {
     EXPECT_EQ(calendar_.find(*toDo.UID())->priority, platform::appleevents::fourCharCode("tdp5"));
 }
 
-// A to-do gone from the calendar: changes, shows and deletes do nothing, properties are none.
+// A to-do gone from the calendar: changes, shows and deletes do nothing, properties are
+// none, and a delete counts as done.
 TEST_F(ICalToDoTest, VanishedToDoIsLeftAlone) {
     LumettaICalToDo toDo(std::string("gone"));
     toDo.setTitle("x");
@@ -162,13 +163,88 @@ TEST_F(ICalToDoTest, VanishedToDoIsLeftAlone) {
     toDo.setDueDate(Date{kNow});
     toDo.setDisplayAlarm(Date{kNow});
     toDo.viewToDoInICal();
-    toDo.deleteICalEvent();
     EXPECT_FALSE(toDo.properties());
+    EXPECT_TRUE(toDo.isGone());
     EXPECT_EQ(toDo.UID(), "gone");
+    EXPECT_TRUE(toDo.deleteICalEvent());
+    EXPECT_FALSE(toDo.UID());
     EXPECT_EQ(calendar_.received.size(), calendar_.count("core", "getd")); // only the searches
     LumettaICalToDo none;
     none.setTitle("x");
     EXPECT_FALSE(none.properties());
+}
+
+// Only the calendar's word that no such to-do exists makes one gone; silence, the
+// calendar's errors (a file it cannot read) and answers of another shape are trouble,
+// named, and a delete met by them is not done.
+TEST_F(ICalToDoTest, OnlyTheCalendarsWordMakesAToDoGone) {
+    using namespace platform::appleevents;
+    const auto failing = [](OSStatus number, const char* text) {
+        return [number, text](const AppleEvent& e) {
+            AppleEvent reply = AppleEvent::replyTo(e);
+            reply.setError(number, text);
+            return reply;
+        };
+    };
+    const struct {
+        const char* name;
+        bool removed;                    // the to-do taken out of the calendar first
+        bool connected;                  // the calendar reachable at all
+        std::optional<OSStatus> getdErr; // every 'getd' answered with this error
+        bool textAnswer;                 // every 'getd' answered with text instead
+        bool vanishes;                   // found, then gone when its properties are asked for
+        bool gone;
+        const char* trouble; // part of trouble(); empty for none
+    } cases[] = {
+        {"found", false, true, {}, false, false, false, ""},
+        {"not there", true, true, {}, false, false, true, ""},
+        {"gone between search and reading", false, true, {}, false, true, true, ""},
+        {"not running", false, false, {}, false, false, false, "not running"},
+        {"unreadable file", false, true, errAEEventFailed, false, false, false, "is not a readable to-do"},
+        {"no such object to a search", false, true, errAENoSuchObject, false, false, false,
+         "is not a readable"},
+        {"answer of another shape", false, true, {}, true, false, false, "lists no to-do"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string uid = create({{"summary", c.name}});
+        if (c.removed)
+            std::erase_if(calendar_.toDos, [&](const FakeToDo& t) { return t.uid == uid; });
+        transport_.removeApplication("com.apple.iCal");
+        if (c.connected)
+            transport_.addApplication("com.apple.iCal", [&](const AppleEvent& e) {
+                const bool getd = e.eventID() == fourCharCode("getd");
+                if (getd && c.getdErr)
+                    return failing(*c.getdErr, "/cal/x.ics is not a readable to-do")(e);
+                const AEDesc* asked = e.directObject() ? e.directObject()->param(keyAEKeyData) : nullptr;
+                if (getd && c.vanishes && asked && asked->osTypeValue() == fourCharCode("pALL"))
+                    return failing(errAENoSuchObject, "Can't get to do.")(e);
+                if (getd && c.textAnswer) {
+                    AppleEvent reply = AppleEvent::replyTo(e);
+                    reply.setParam(keyDirectObject, AEDesc::utf8Text("what?"));
+                    return reply;
+                }
+                return calendar_.handle(e);
+            });
+        LumettaICalToDo reading(uid);
+        EXPECT_EQ(reading.properties().has_value(),
+                  !c.removed && c.connected && !c.getdErr && !c.textAnswer && !c.vanishes);
+        EXPECT_EQ(reading.isGone(), c.gone);
+        if (*c.trouble)
+            EXPECT_NE(reading.trouble().value_or("").find(c.trouble), std::string::npos)
+                << reading.trouble().value_or("(none)");
+        else
+            EXPECT_FALSE(reading.trouble()) << *reading.trouble();
+
+        LumettaICalToDo deleting(uid);
+        const bool deleted = deleting.deleteICalEvent();
+        EXPECT_EQ(deleted, !*c.trouble);
+        EXPECT_EQ(deleting.UID().has_value(), !deleted);
+        EXPECT_EQ(calendar_.find(uid) != nullptr, !c.removed && !deleted);
+        transport_.removeApplication("com.apple.iCal");
+        transport_.addApplication("com.apple.iCal",
+                                  [this](const AppleEvent& e) { return calendar_.handle(e); });
+    }
 }
 
 // The calendar's error text is logged when a change is refused.

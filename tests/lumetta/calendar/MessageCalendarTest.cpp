@@ -166,7 +166,8 @@ TEST_F(MessageCalendarTest, AlarmFollowsTheAlarmTime) {
     }
 }
 
-// A creation that fails stores no UID; a delete unlinks even when nothing could be deleted.
+// A creation that fails stores no UID; a delete unlinks also when the calendar has no such
+// to-do any more.
 TEST_F(MessageCalendarTest, FailedCreationAndDeleteLeaveNoLink) {
     calendar_.refuseNewCalendars = true;
     auto message = add(1);
@@ -186,6 +187,47 @@ TEST_F(MessageCalendarTest, FailedCreationAndDeleteLeaveNoLink) {
     platform::runtime::sendVoid(static_cast<platform::runtime::Object*>(message.get()),
                                 CalendarSelectors::kDeleteToDo);
     EXPECT_TRUE(tag(*message, "lumettaICalUID").isNull());
+}
+
+// A calendar that cannot be reached, or cannot read the to-do, settles nothing: a refresh
+// and a delete leave the link and every tag, and say why.
+TEST_F(MessageCalendarTest, UnsettledToDoKeepsItsLink) {
+    using namespace platform::appleevents;
+    const struct {
+        const char* name;
+        bool reachable;
+        const char* problem;
+    } cases[] = {{"calendar not running", false, "not running"},
+                 {"file it cannot read", true, "is not a readable to-do"}};
+    int n = 0;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto message = add(++n);
+        create(*message, "Call Bob", Value(Date{kNow + 86400}), Value(3));
+        refresh(*message);
+        const Dictionary before = fileTags(*message);
+        ASSERT_TRUE(before.get("lumettaICalUID").isString());
+        transport_.removeApplication("com.apple.iCal");
+        if (c.reachable)
+            transport_.addApplication("com.apple.iCal", [](const AppleEvent& e) {
+                AppleEvent reply = AppleEvent::replyTo(e);
+                reply.setError(errAEEventFailed,
+                               "the to-do \"x\" cannot be read: /c/x.ics is not a readable to-do");
+                return reply;
+            });
+        auto* object = static_cast<platform::runtime::Object*>(message.get());
+        for (const char* selector : {CalendarSelectors::kRefreshFromICalReportingProblem,
+                                     CalendarSelectors::kDeleteToDoReportingProblem}) {
+            const auto problem = platform::runtime::send<std::optional<std::string>>(object, selector);
+            ASSERT_TRUE(problem && *problem) << selector;
+            EXPECT_NE((*problem)->find(c.problem), std::string::npos) << **problem;
+            EXPECT_NE((*problem)->find(before.get("lumettaICalUID").stringValue()), std::string::npos);
+            EXPECT_TRUE(fileTags(*message).isEqual(before)) << selector;
+        }
+        transport_.removeApplication("com.apple.iCal");
+        transport_.addApplication("com.apple.iCal",
+                                  [this](const AppleEvent& e) { return calendar_.handle(e); });
+    }
 }
 
 // Re-reading copies the to-do's state into the tags, with the priority as text and the
@@ -270,7 +312,7 @@ TEST_F(MessageCalendarTest, PassAlwaysReArms) {
 }
 
 // A pass re-reads the messages whose to-dos changed since the last one; a failed query
-// re-reads the previous ones, which then lose their links.
+// re-reads the previous ones, which keep their links, and holds the date back.
 TEST_F(MessageCalendarTest, PassFollowsChangedToDos) {
     std::vector<std::shared_ptr<mailhost::LibraryMessage>> messages;
     for (int n = 1; n <= 3; ++n) {
@@ -299,11 +341,18 @@ TEST_F(MessageCalendarTest, PassFollowsChangedToDos) {
     EXPECT_EQ(change.get("new"), Value(Date{kNow + 90}));
     EXPECT_FALSE(change.contains("old"));
 
+    clock_->set(Date{kNow + 200});
     disconnect();
     const Dictionary failed = pass(bundle);
     EXPECT_EQ(failed.get("listed"), Value(1));
-    EXPECT_TRUE(tag(*messages[1], "lumettaICalUID").isNull());
-    EXPECT_TRUE(tag(*messages[0], "lumettaICalUID").isString());
+    EXPECT_NE(failed.get("trouble").stringValue().find("not running"), std::string::npos)
+        << Value(failed).description();
+    const Value problems = failed.get("problems");
+    ASSERT_EQ(problems.array()->count(), 1u);
+    EXPECT_EQ(problems.array()->first().dictionary()->get("id"), Value(messages[1]->libraryID()));
+    for (const auto& message : messages)
+        EXPECT_TRUE(tag(*message, "lumettaICalUID").isString());
+    EXPECT_EQ(tag(*messages[1], "lumettaICalCompletionDate"), Value(Date{kNow + 90}));
     EXPECT_EQ(UserDefaults::standard().valueForKey("lumettaLastICalRefreshDate"), Value(Date{kNow + 100}));
 }
 
@@ -362,10 +411,14 @@ TEST_F(MessageCalendarTest, NamedMessagesAreReread) {
     platform::Array rows;
     rows.add(Value(message->libraryID()));
     rows.add(Value(999));
-    const auto changes = platform::runtime::send<platform::Array>(
-        static_cast<platform::runtime::Object*>(&bundle), "lumettaRereadMessagesFromICal:", Value(rows));
-    ASSERT_TRUE(changes.has_value());
+    const auto reread = platform::runtime::send<Dictionary>(static_cast<platform::runtime::Object*>(&bundle),
+                                                            "lumettaRereadMessagesFromICal:", Value(rows));
+    ASSERT_TRUE(reread.has_value());
+    const Value listed = reread->get("changes");
+    const platform::Array* changes = listed.array();
+    ASSERT_TRUE(changes);
     ASSERT_EQ(changes->count(), 1u);
+    EXPECT_EQ(reread->get("problems"), Value(platform::Array()));
     const Dictionary change = *changes->first().dictionary();
     EXPECT_EQ(change.get("key"), Value("lumettaICalToDoTitle"));
     EXPECT_EQ(change.get("new"), Value("Call Bob back"));
