@@ -162,7 +162,12 @@ std::optional<Dictionary> LibraryTagPersistence::lumettaMetaDataDictionaryFromEm
     auto parsed = platform::PropertyList::parse(*bytes);
     if (!parsed || !parsed.value().isDictionary())
         return std::nullopt;
-    return *parsed.value().dictionary();
+    Dictionary plist = *parsed.value().dictionary();
+    // The removal set lives in memory only. One found in a file was put there by some
+    // other writer; taken into a record it would remove, at the next save, tags that
+    // another process puts into the file meanwhile.
+    plist.remove(TagKeys::kTagsToRemove);
+    return plist;
 }
 
 std::optional<Dictionary> LibraryTagPersistence::metaDataDictionary(const std::string& path,
@@ -234,8 +239,6 @@ void LibraryTagPersistence::mergeForSave(Dictionary& target, Message& message) {
     } else {
         mergeMetadata(target, message);
     }
-    // Never the host's to keep, whoever put it there.
-    target.remove(TagKeys::kTagsToRemove);
     // What the file holds after this save, and the removals it carried out: those are
     // not made again over a key that another process puts back later.
     Dictionary asSavedNow = TagRecord::tagSnapshot(target);
@@ -271,6 +274,9 @@ std::string LibraryTagPersistence::lumettaPlistDataForMessage(Class* cls, Sel se
     Dictionary merged = merge.mutableCopy();
     if (message && MessageTags::respondsToExtraData(*message))
         mergeForSave(merged, *message);
+    // Never the host's to keep, whoever put it there and whatever kind of message this
+    // is: a removal set in a file would be taken for a list of tags to remove.
+    merged.remove(TagKeys::kTagsToRemove);
     return savedPlistData(cls, selector, message, std::move(subject), std::move(sender), std::move(to),
                           dateSent, std::move(remoteID), std::move(originalMailbox), flags, merged);
 }

@@ -1,10 +1,13 @@
 #include "TagStoreSupport.h"
+#include "lumetta/store/LibraryTagPersistence.h"
 #include "lumetta/store/MessageTags.h"
 #include "lumetta/store/TagKeys.h"
 #include "lumetta/store/TagRecord.h"
 #include "mailhost/library/EmlxFile.h"
 #include "mailhost/mail/LibraryStore.h"
 #include "mailhost/mail/MessageWriter.h"
+#include "platform/foundation/PropertyList.h"
+#include "platform/runtime/Runtime.h"
 #include "support/GoldenFile.h"
 #include "support/MessageFileSupport.h"
 
@@ -71,6 +74,52 @@ TEST_F(TagPersistenceTest, CopiesCarryTheUnionOfFileAndRecordTags) {
               fileHead(source->path()).substr(fileHead(source->path()).find('\n')));
     EXPECT_EQ(filePlist(source->path()).get(TagKeys::kProject), Value("From file"))
         << "the source is not written";
+}
+
+// A removal set is bookkeeping of one process, kept in memory. One found in a file
+// (another writer left it there) is not taken for this process's: it would remove a tag
+// another process puts into the file meanwhile. And the next write leaves it out.
+TEST_F(TagPersistenceTest, ARemovalSetFoundInAFileIsNeitherTakenNorWrittenAgain) {
+    auto added = add(71);
+    const fs::path path = added->path();
+    const std::int64_t id = added->libraryID();
+    // The record goes with the last object of the message, and is read from the file again.
+    added.reset();
+    const auto plant = [&](const Dictionary& tags) {
+        auto file = EmlxFile::read(path);
+        ASSERT_TRUE(file.ok());
+        Dictionary plist = file.value().plist().mutableCopy();
+        for (const auto& [key, value] : tags.entries())
+            plist.set(key, value);
+        plist.set(TagKeys::kTagsToRemove, Array{TagKeys::kProject, TagKeys::kKeyWords});
+        testsupport::writeBytes(path, EmlxFile::compose(file.value().messageBytes(), plist).value());
+    };
+    plant({{TagKeys::kKeyWords, Array{"Kept"}}});
+    auto message = library_->message(id);
+    ASSERT_TRUE(MessageTags::lumettaExtraData(*message));
+    EXPECT_FALSE(MessageTags::lumettaExtraData(*message)->contains(TagKeys::kTagsToRemove));
+
+    plant({{TagKeys::kKeyWords, Array{"Kept"}}, {TagKeys::kProject, "Theirs"}});
+    MessageTags::lumettaSetExtraData(*message, 2, TagKeys::kPriority);
+
+    const Dictionary file = filePlist(path);
+    EXPECT_FALSE(file.contains(TagKeys::kTagsToRemove));
+    EXPECT_EQ(file.get(TagKeys::kPriority), Value(2));
+    EXPECT_EQ(file.get(TagKeys::kProject), Value("Theirs"));
+    EXPECT_EQ(file.get(TagKeys::kKeyWords), Value(Array{"Kept"}));
+}
+
+// Whatever kind of message a property list is made for, the removal set stays out.
+TEST_F(TagPersistenceTest, NoPropertyListMadeForAFileHoldsARemovalSet) {
+    platform::runtime::Class* cls = platform::runtime::Runtime::classNamed(Library::kClassName);
+    ASSERT_NE(cls, nullptr);
+    const Dictionary merge{{TagKeys::kTagsToRemove, Array{TagKeys::kProject}}, {"color", "000000"}};
+    const std::string xml =
+        LibraryTagPersistence::lumettaPlistDataForMessage(cls, {}, nullptr, "", "", "", 0, "", "", 0, merge);
+    auto parsed = platform::PropertyList::parse(xml);
+    ASSERT_TRUE(parsed.ok() && parsed.value().isDictionary()) << xml;
+    EXPECT_FALSE(parsed.value().dictionary()->contains(TagKeys::kTagsToRemove));
+    EXPECT_EQ(parsed.value().dictionary()->get("color"), Value("000000"));
 }
 
 // A rebuild makes new objects for every message; tags held only in memory reach
