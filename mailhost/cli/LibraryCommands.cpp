@@ -218,9 +218,14 @@ int LibraryCommands::import(const Context& c, const std::string& mailbox,
     }
     MessageList arrived;
     std::size_t matched = 0;
+    std::vector<std::string> ruleFailures;
     auto route = [&] {
-        if (mall && !arrived.empty())
-            matched += mall->route(arrived, {mailbox}).matched;
+        if (mall && !arrived.empty()) {
+            auto outcome = mall->route(arrived, {mailbox});
+            matched += outcome.matched;
+            for (auto& failure : outcome.failures)
+                ruleFailures.push_back(std::move(failure));
+        }
         arrived.clear();
     };
     const bool terminal = ::isatty(STDERR_FILENO);
@@ -287,6 +292,10 @@ int LibraryCommands::import(const Context& c, const std::string& mailbox,
     if (skipped)
         c.out << "; skipped " << skipped << " (see above)";
     c.out << "\n";
+    // The messages are stored whatever a rule's action did; what an action could not
+    // do is told, as after 'rules apply'.
+    for (const auto& failure : ruleFailures)
+        c.err << "lumetta: " << failure << "\n";
     return skipped && !imported ? 1 : 0;
 }
 

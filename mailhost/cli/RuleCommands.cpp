@@ -311,9 +311,11 @@ int RuleCommands::apply(const Context& c, const std::vector<std::string>& given)
         const MessageList batch(
             messages.begin() + static_cast<std::ptrdiff_t>(from),
             messages.begin() + static_cast<std::ptrdiff_t>(std::min(messages.size(), from + kApplyBatch)));
-        const auto outcome = mall->route(batch, stores);
+        auto outcome = mall->route(batch, stores);
         total.matched += outcome.matched;
         total.moved += outcome.moved;
+        for (auto& failure : outcome.failures)
+            total.failures.push_back(std::move(failure));
     }
     if (terminal)
         c.err << "\r\033[K" << std::flush;
@@ -323,7 +325,10 @@ int RuleCommands::apply(const Context& c, const std::vector<std::string>& given)
     if (total.moved)
         c.out << ", " << total.moved << " moved";
     c.out << "\n";
-    return 0;
+    // A rule whose action failed was not applied as asked, whatever else it did.
+    for (const auto& failure : total.failures)
+        c.err << "lumetta: " << failure << "\n";
+    return total.failures.empty() ? 0 : kFailed;
 }
 
 } // namespace mailhost

@@ -1,5 +1,6 @@
 #include "mailhost/rules/ConcreteMessageMall.h"
 
+#include "mailhost/rules/MessageRuleActions.h"
 #include "mailhost/rules/MessageRules.h"
 #include "platform/foundation/Log.h"
 #include "platform/runtime/Runtime.h"
@@ -71,9 +72,11 @@ MessageList ConcreteMessageMall::routeMessages(const MessageList& messages,
 ConcreteMessageMall::Outcome ConcreteMessageMall::route(const MessageList& messages,
                                                         const std::vector<std::string>& stores) {
     lastMatched_ = 0;
+    // Only this routing's failures are told.
+    (void)MessageRuleActions::takeFailures();
     const MessageList moved = routeMessages(messages, stores);
     removeFromLibrary(moved);
-    return {lastMatched_, moved.size()};
+    return {lastMatched_, moved.size(), MessageRuleActions::takeFailures()};
 }
 
 MessageList ConcreteMessageMall::hostRouteMessages(Object* self, Sel, MessageList messages,
@@ -132,7 +135,7 @@ void ConcreteMessageMall::removeFromLibrary(const MessageList& messages) {
         std::filesystem::remove(path, ec);
         if (ec)
             platform::Log::line("Could not delete the moved message file " + path + ": " + ec.message());
-        library->forgetMessageFile(path);
+        library->indexer().forgetMessageFile(path);
     }
 }
 

@@ -49,6 +49,8 @@ public:
     struct Outcome {
         std::size_t matched = 0; // messages at least one rule matched
         std::size_t moved = 0;   // of them, moved to another mailbox
+        // What the rules' actions could not do, one line each naming the rule.
+        std::vector<std::string> failures;
     };
     // routeMessages, then the moved originals are taken out of the library.
     Outcome route(const MessageList& messages, const std::vector<std::string>& stores);

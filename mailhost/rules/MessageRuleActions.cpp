@@ -10,11 +10,26 @@
 #include "platform/foundation/Log.h"
 
 #include <algorithm>
+#include <mutex>
 #include <unordered_set>
+#include <utility>
 
 namespace mailhost {
 
 namespace {
+
+std::mutex failuresMutex;
+std::vector<std::string>& failureList() {
+    static std::vector<std::string> failures;
+    return failures;
+}
+
+void failed(const MessageRule& rule, const std::string& what) {
+    const std::string named = "\"" + rule.ruleName().value_or("") + "\": " + what;
+    platform::Log::line("Rule " + named);
+    std::lock_guard guard(failuresMutex);
+    failureList().push_back("rule " + named);
+}
 
 void noteDestination(std::vector<std::string>* stores, const std::string& mailbox) {
     if (stores && std::find(stores->begin(), stores->end(), mailbox) == stores->end())
@@ -47,14 +62,14 @@ MessageList elsewhere(const MessageList& messages, const std::string& mailbox) {
 }
 
 // Copies into `mailbox` (made when missing); the messages copied, the others rejected.
-MessageList copyInto(const MessageList& messages, const std::string& mailbox,
+MessageList copyInto(const MessageRule& rule, const MessageList& messages, const std::string& mailbox,
                      std::vector<std::string>* stores, MessageList* rejected) {
     Library* library = Library::current();
     if (messages.empty() || !library)
         return {};
     if (!library->index().mailboxNamed(mailbox))
         if (auto made = library->createMailbox(mailbox); !made) {
-            platform::Log::line("A rule could not make mailbox " + mailbox + ": " + made.error().message);
+            failed(rule, "could not make mailbox " + mailbox + ": " + made.error().message);
             if (rejected)
                 rejected->insert(rejected->end(), messages.begin(), messages.end());
             return {};
@@ -86,6 +101,11 @@ std::vector<std::string> filePaths(const MessageList& messages) {
 
 } // namespace
 
+std::vector<std::string> MessageRuleActions::takeFailures() {
+    std::lock_guard guard(failuresMutex);
+    return std::exchange(failureList(), {});
+}
+
 const std::vector<std::string>& MessageRuleActions::flagNames() {
     static const std::vector<std::string> names = {"MessageIsRead", "MessageIsDeleted", "MessageIsAnswered",
                                                    "MessageIsFlagged", "MessageIsDraft"};
@@ -104,18 +124,18 @@ void MessageRuleActions::perform(MessageRule& rule, const MessageList& messages,
     if (rule.shouldCopyMessage() && rule.copyDestinationMailbox() &&
         !rule.copyDestinationMailbox()->empty()) {
         const std::string& box = *rule.copyDestinationMailbox();
-        copyInto(elsewhere(messages, box), box, destinationStores, rejectedMessages);
+        copyInto(rule, elsewhere(messages, box), box, destinationStores, rejectedMessages);
     }
     if (rule.shouldTransferMessage() && rule.destinationMailbox() && !rule.destinationMailbox()->empty()) {
         const std::string& box = *rule.destinationMailbox();
         const MessageList moved =
-            copyInto(elsewhere(messages, box), box, destinationStores, rejectedMessages);
+            copyInto(rule, elsewhere(messages, box), box, destinationStores, rejectedMessages);
         if (messagesToBeDeleted)
             messagesToBeDeleted->insert(messagesToBeDeleted->end(), moved.begin(), moved.end());
     }
     if (rule.appleScriptPath() && !rule.appleScriptPath()->empty())
         if (auto ran = RuleScript::run(*rule.appleScriptPath(), filePaths(messages)); !ran)
-            platform::Log::line("Rule \"" + rule.ruleName().value_or("") + "\": " + ran.error().message);
+            failed(rule, ran.error().message);
     if (rule.autoResponseType() != MessageRule::kNoResponse)
         AutoResponse::send(rule, messages);
     // Sounds, spoken alerts, notices and calendar invitations are for a client with a

@@ -111,6 +111,39 @@ TEST_F(ConcreteMessageMallTest, ScriptsGetTheMessageFiles) {
     EXPECT_TRUE(log.contains("/nonexistent/program"));
 }
 
+// What an action could not do is told to whoever routed the messages, naming the rule,
+// and only once: a program that cannot start or fails, a mailbox that cannot be made.
+TEST_F(ConcreteMessageMallTest, ActionsThatCannotBeDoneAreReported) {
+    const fs::path unexecutable = folder_.path() / "plain.sh";
+    testsupport::writeBytes(unexecutable, "#!/bin/sh\nexit 0\n");
+    ::chmod(unexecutable.c_str(), 0644);
+    const std::string failing = script("failing", "exit 3\n").string();
+    struct Case {
+        std::string action;
+        std::string reported; // empty: nothing to report
+    };
+    const Case cases[] = {
+        {"run=/nonexistent/program",
+         "rule \"R\": cannot run /nonexistent/program: No such file or directory"},
+        {"run=" + unexecutable.string(),
+         "rule \"R\": cannot run " + unexecutable.string() + ": Permission denied"},
+        {"run=" + failing, "rule \"R\": " + failing + " failed with exit status 3"},
+        {"move=../Outside", "rule \"R\": could not make mailbox ../Outside"},
+        {"run=" + script("fine", "exit 0\n").string(), ""},
+    };
+    auto message = add(1, "a");
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.action);
+        const auto outcome = route({rulestest::typedRule("R", {}, {c.action.c_str()})}, {message});
+        if (c.reported.empty()) {
+            EXPECT_TRUE(outcome.failures.empty());
+            continue;
+        }
+        ASSERT_EQ(outcome.failures.size(), 1u);
+        EXPECT_EQ(outcome.failures[0].rfind(c.reported, 0), 0u) << outcome.failures[0];
+    }
+}
+
 // Responses are composed from the original and stored in the Outbox.
 TEST_F(ConcreteMessageMallTest, ResponsesGoToTheOutbox) {
     auto original = add(7, "Quarterly numbers");
