@@ -2,6 +2,7 @@
 
 #include "mailhost/cli/Json.h"
 #include "mailhost/cli/MessageListing.h"
+#include "mailhost/cli/Plural.h"
 #include "mailhost/criteria/CriterionSyntax.h"
 #include "mailhost/criteria/SmartMailboxQuery.h"
 #include "mailhost/criteria/SmartMailboxes.h"
@@ -143,7 +144,7 @@ int CriteriaCommands::find(const Context& c, const std::vector<std::string>& cri
     MessageList found;
     for (std::size_t i = 0; i < scope.size(); ++i) {
         if (progress && i % 500 == 0)
-            c.err << "\rsearching " << i << " of " << scope.size() << " messages" << std::flush;
+            c.err << "\rsearching " << i << " of " << Plural::of(scope.size(), "message") << std::flush;
         if (compound->doesMessageSatisfyCriterion(scope[i].get()))
             found.push_back(scope[i]);
     }

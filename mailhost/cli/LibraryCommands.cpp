@@ -2,6 +2,7 @@
 
 #include "mailhost/cli/Json.h"
 #include "mailhost/cli/MessageListing.h"
+#include "mailhost/cli/Plural.h"
 #include "mailhost/import/MessageSource.h"
 #include "mailhost/library/EmlxFile.h"
 #include "mailhost/mail/Library.h"
@@ -275,7 +276,7 @@ int LibraryCommands::import(const Context& c, const std::string& mailbox,
             }
             if (terminal && imported % 100 == 0) {
                 const auto total = source.value()->totalBytes();
-                c.err << "\rimporting " << path << ": " << imported << " messages"
+                c.err << "\rimporting " << path << ": " << Plural::of(imported, "message")
                       << (total ? ", " + std::to_string(source.value()->bytesRead() * 100 / total) + "%" : "")
                       << std::flush;
             }
@@ -286,7 +287,7 @@ int LibraryCommands::import(const Context& c, const std::string& mailbox,
     route();
     if (terminal)
         c.err << "\r\033[K";
-    c.out << "imported " << imported << " messages into " << mailbox;
+    c.out << "imported " << Plural::of(imported, "message") << " into " << mailbox;
     if (mall)
         c.out << "; rules matched " << matched;
     if (skipped)
@@ -308,7 +309,7 @@ int LibraryCommands::adopt(const Context& c, const fs::path& folder, const std::
     const bool terminal = ::isatty(STDERR_FILENO);
     auto progress = [&](std::size_t n) {
         if (terminal)
-            c.err << "\radopting: " << n << " messages" << std::flush;
+            c.err << "\radopting: " << Plural::of(n, "message") << std::flush;
     };
     platform::Result<LibraryAdoption::Report> report = platform::makeError("");
     std::string where;
@@ -341,8 +342,8 @@ int LibraryCommands::adopt(const Context& c, const fs::path& folder, const std::
     }
     for (const auto& skipped : report.value().skipped)
         c.err << "lumetta: skipped " << skipped << "\n";
-    c.out << "adopted " << report.value().messages << " messages in " << report.value().mailboxes
-          << " mailbox" << (report.value().mailboxes == 1 ? "" : "es") << " into " << where << "\n";
+    c.out << "adopted " << Plural::of(report.value().messages, "message") << " in "
+          << Plural::of(report.value().mailboxes, "mailbox", "mailboxes") << " into " << where << "\n";
     return report.value().messages == 0 && !report.value().skipped.empty() ? 1 : 0;
 }
 
@@ -360,8 +361,9 @@ int LibraryCommands::copy(const Context& c, const std::vector<std::string>& ids,
     const MessageList& sources = *found;
     auto copies = Library::duplicateMessages(sources, mailbox);
     if (!copies || copies->size() != sources.size()) {
-        c.err << "lumetta: " << (copies ? sources.size() - copies->size() : sources.size())
-              << " message(s) could not be copied (see the system log)\n";
+        c.err << "lumetta: "
+              << Plural::of(copies ? sources.size() - copies->size() : sources.size(), "message")
+              << " could not be copied (see the system log)\n";
         if (!copies)
             return 1;
     }
@@ -396,7 +398,7 @@ int LibraryCommands::rebuild(const Context& c, const std::string& mailbox) {
     }
     for (const auto& skipped : store->skippedFiles())
         c.err << "lumetta: skipped " << skipped << " (the file is left as it is)\n";
-    c.out << "rebuilt " << mailbox << ": " << count.value() << " messages\n";
+    c.out << "rebuilt " << mailbox << ": " << Plural::of(count.value(), "message") << "\n";
     return 0;
 }
 

@@ -2,6 +2,7 @@
 
 #include "mailhost/cli/Json.h"
 #include "mailhost/cli/MessageListing.h"
+#include "mailhost/cli/Plural.h"
 #include "mailhost/cli/ValueOutput.h"
 #include "mailhost/mail/Library.h"
 #include "platform/spotlight/query/QueryError.h"
@@ -184,7 +185,7 @@ int MetadataCommands::reindex(const Context& c) {
                     return 1;
                 batch = std::make_unique<md::MetadataStore::Transaction>(*store);
                 if (terminal)
-                    c.err << "\rindexing: " << indexed << " messages" << std::flush;
+                    c.err << "\rindexing: " << Plural::of(indexed, "message") << std::flush;
             }
         }
     }
@@ -200,16 +201,16 @@ int MetadataCommands::reindex(const Context& c) {
                 ++dropped;
     }
     if (terminal)
-        c.err << "\rwriting the tags of " << all.size() << " messages again" << std::flush;
+        c.err << "\rwriting the tags of " << Plural::of(all.size(), "message") << " again" << std::flush;
     Library::flagsChangedForMessages(all);
     Library::updateMessageFiles(nullptr);
     if (terminal)
         c.err << "\r\033[K";
-    c.out << "indexed " << indexed << " messages";
+    c.out << "indexed " << Plural::of(indexed, "message");
     if (dropped)
-        c.out << "; removed " << dropped << " entries of files that are gone";
+        c.out << "; removed " << Plural::of(dropped, "entry", "entries") << " of files that are gone";
     if (unreadable)
-        c.out << "; " << unreadable << " files could not be read (see above)";
+        c.out << "; " << Plural::of(unreadable, "file") << " could not be read (see above)";
     c.out << "\n";
     return unreadable ? 1 : 0;
 }

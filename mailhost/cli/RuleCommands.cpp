@@ -1,6 +1,7 @@
 #include "mailhost/cli/RuleCommands.h"
 
 #include "mailhost/cli/Json.h"
+#include "mailhost/cli/Plural.h"
 #include "mailhost/criteria/CriterionSyntax.h"
 #include "mailhost/mail/Library.h"
 #include "mailhost/rules/ConcreteMessageMall.h"
@@ -307,7 +308,8 @@ int RuleCommands::apply(const Context& c, const std::vector<std::string>& given)
     ConcreteMessageMall::Outcome total;
     for (std::size_t from = 0; from < messages.size(); from += kApplyBatch) {
         if (terminal)
-            c.err << "\rapplying rules: " << from << " of " << messages.size() << " messages" << std::flush;
+            c.err << "\rapplying rules: " << from << " of " << Plural::of(messages.size(), "message")
+                  << std::flush;
         const MessageList batch(
             messages.begin() + static_cast<std::ptrdiff_t>(from),
             messages.begin() + static_cast<std::ptrdiff_t>(std::min(messages.size(), from + kApplyBatch)));
@@ -319,9 +321,8 @@ int RuleCommands::apply(const Context& c, const std::vector<std::string>& given)
     }
     if (terminal)
         c.err << "\r\033[K" << std::flush;
-    c.out << "applied " << chosen.size() << (chosen.size() == 1 ? " rule" : " rules") << " to "
-          << messages.size() << (messages.size() == 1 ? " message" : " messages") << ": " << total.matched
-          << " matched";
+    c.out << "applied " << Plural::of(chosen.size(), "rule") << " to "
+          << Plural::of(messages.size(), "message") << ": " << total.matched << " matched";
     if (total.moved)
         c.out << ", " << total.moved << " moved";
     c.out << "\n";

@@ -1,5 +1,6 @@
 #include "mailhost/cli/TagBulkCommands.h"
 
+#include "mailhost/cli/Plural.h"
 #include "mailhost/cli/SaveFailures.h"
 #include "mailhost/viewer/MessageViewer.h"
 #include "platform/runtime/Send.h"
@@ -37,7 +38,7 @@ private:
 };
 
 std::string messages(std::size_t n) {
-    return std::to_string(n) + (n == 1 ? " message" : " messages");
+    return Plural::of(n, "message");
 }
 
 } // namespace
@@ -95,7 +96,7 @@ int TagBulkCommands::run(const Context& c, const MessageSelection::Options& sele
         }
         done = end;
         if (progress)
-            c.err << "\rtagging: " << done << " of " << all.size() << " messages" << std::flush;
+            c.err << "\rtagging: " << done << " of " << messages(all.size()) << std::flush;
     }
     viewer->setSelectedMessages({});
     if (progress)
