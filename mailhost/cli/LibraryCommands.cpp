@@ -164,6 +164,23 @@ int LibraryCommands::show(const Context& c, const std::string& idOrPath, bool bo
     std::shared_ptr<Message> message;
     if (const int status = findMessage(c, idOrPath, library, message))
         return status;
+    // A loose file is checked as import checks one: a count line promising more than
+    // the file holds means the message is cut short, and what is there is not shown
+    // as if it were the whole of it.
+    if (auto* loose = dynamic_cast<RecoveredMessage*>(message.get())) {
+        auto file = EmlxFile::read(loose->path());
+        if (!file) {
+            c.err << "lumetta: " << file.error().message << "\n";
+            return 1;
+        }
+        if (file.value().condition() == EmlxFile::Condition::Truncated) {
+            const auto line = EmlxFile::parseCountLine(file.value().bytes());
+            c.err << "lumetta: " << loose->path().string() << ": the byte count says "
+                  << (line ? line.value().count : 0) << " bytes, but only " << file.value().messageLength()
+                  << " follow\n";
+            return 1;
+        }
+    }
     if (c.json) {
         Json json;
         if (auto* stored = dynamic_cast<LibraryMessage*>(message.get())) {

@@ -3,6 +3,7 @@
 #include "mailhost/cli/Json.h"
 #include "mailhost/cli/MessageListing.h"
 #include "mailhost/cli/ValueOutput.h"
+#include "mailhost/library/EmlxFile.h"
 #include "mailhost/mail/Library.h"
 #include "mailhost/mail/LibraryMessage.h"
 #include "mailhost/mail/RecoveredMessage.h"
@@ -10,6 +11,7 @@
 #include "platform/runtime/Runtime.h"
 #include "platform/runtime/Send.h"
 
+#include <cerrno>
 #include <charconv>
 #include <chrono>
 #include <cmath>
@@ -98,6 +100,26 @@ std::optional<Dictionary> fileKeysOf(const Target& t) {
     auto keys =
         platform::runtime::sendClass<std::optional<Dictionary>>(*library, kFileTags, t.path, t.message.get());
     return keys ? *keys : std::nullopt;
+}
+
+// Why the file of `t` cannot be read, when it cannot. A library message's file is
+// looked for at the client's other places for it too; one found nowhere is left to
+// the tag record to tell.
+std::optional<std::string> unreadable(const Target& t) {
+    std::vector<std::string> paths{t.path};
+    if (t.row)
+        for (int type = 1; type <= 2; ++type)
+            paths.push_back(Library::dataPathForMessage(t.message.get(), type));
+    for (const std::string& path : paths) {
+        if (path.empty())
+            continue;
+        auto file = EmlxFile::read(path);
+        if (file)
+            return std::nullopt;
+        if (file.error().code != ENOENT || !t.row)
+            return file.error().message;
+    }
+    return std::nullopt;
 }
 
 void writeTags(Json& json, const Dictionary& tags) {
@@ -298,6 +320,12 @@ int TagCommands::show(const Context& c, const std::vector<std::string>& idsOrPat
     json.beginArray();
     for (std::size_t i = 0; i < targets.size(); ++i) {
         const Target& t = targets[i];
+        // A file that cannot be read has no tags to show, and "(no tags)" would say it has none.
+        if (const auto why = unreadable(t)) {
+            c.err << "lumetta: the file of " << t.label << " cannot be read: " << *why << "\n";
+            status = 1;
+            continue;
+        }
         const auto record = recordOf(t);
         if (!record) {
             c.err << "lumetta: the file of " << t.label << " cannot be read for its tags\n";

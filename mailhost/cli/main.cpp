@@ -36,19 +36,28 @@ int main(int argc, char** argv) {
                    "The mail library's folder (default $LUMETTA_LIBRARY or "
                    "$XDG_DATA_HOME/lumetta-mail/Mail)");
     app.add_flag("--json", json, "Print listings as JSON");
+    // Every command that prints data takes --json after its name too, as the commands
+    // with subcommands of their own do: `lumetta ls --json` as `lumetta --json ls`.
+    const auto takesJson = [&json](CLI::App* command, const char* what) {
+        command->add_flag("--json", json, what);
+        return command;
+    };
 
     std::string reportLibrary;
     auto* report = app.add_subcommand("report", "Show what is built and what it reads of a mail library");
     report->add_option("library", reportLibrary, "Root folder of the mail library")->required();
 
     auto* init = app.add_subcommand("init", "Make a new mail library with the standard mailboxes");
-    auto* mailboxes = app.add_subcommand("mailboxes", "List the mailboxes and their message counts");
+    auto* mailboxes = takesJson(
+        app.add_subcommand("mailboxes", "List the mailboxes and their message counts"), "Print them as JSON");
     std::string mailbox;
-    auto* ls = app.add_subcommand("ls", "List the messages of one mailbox, or of all");
+    auto* ls = takesJson(app.add_subcommand("ls", "List the messages of one mailbox, or of all"),
+                         "Print the messages as JSON");
     ls->add_option("mailbox", mailbox, "Mailbox name, e.g. INBOX or Projects/Apollo");
     std::string target;
     bool body = false;
-    auto* show = app.add_subcommand("show", "Show a message by number, or a loose .emlx file");
+    auto* show = takesJson(app.add_subcommand("show", "Show a message by number, or a loose .emlx file"),
+                           "Print the message as JSON");
     show->add_option("message", target, "Message number or .emlx path")->required();
     show->add_flag("--body", body, "Print the message text too");
     std::string importBox = "INBOX";
@@ -60,14 +69,16 @@ int main(int argc, char** argv) {
     import->add_flag("--no-rules", noRules, "Do not apply the library's rules to the new messages");
     std::vector<std::string> copyIds;
     std::string copyTo;
-    auto* copy = app.add_subcommand("copy", "Copy messages into another mailbox");
+    auto* copy = takesJson(app.add_subcommand("copy", "Copy messages into another mailbox"),
+                           "Print the copies as JSON");
     copy->add_option("ids", copyIds, "Message numbers")->required();
     copy->add_option("--to", copyTo, "Target mailbox")->required();
     std::string rebuildBox, stripId;
     auto* rebuild = app.add_subcommand("rebuild", "Re-read a mailbox's files into the index");
     rebuild->add_option("mailbox", rebuildBox, "Mailbox name")->required();
-    auto* strip =
-        app.add_subcommand("strip-attachments", "Replace a message's attachments by a note naming them");
+    auto* strip = takesJson(
+        app.add_subcommand("strip-attachments", "Replace a message's attachments by a note naming them"),
+        "Print the new message as JSON");
     strip->add_option("message", stripId, "Message number")->required();
     std::string adoptFolder, adoptName;
     auto* adopt =
