@@ -5,7 +5,8 @@ set -euo pipefail
 lumetta="$1"
 home=$(mktemp -d)
 mkdir -m 700 "$home/run"
-trap '"$lumetta" calendar stop >/dev/null 2>&1 || true; rm -rf "$home"' EXIT
+. "$(dirname "$0")/calendars.sh"
+trap 'stop_calendars; rm -rf "$home"' EXIT
 export XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" HOME="$home" XDG_RUNTIME_DIR="$home/run"
 
 "$lumetta" defaults read >"$home/out1" 2>"$home/err1"

@@ -6,7 +6,8 @@ set -euo pipefail
 lumetta="$1" sample="$2" fixtures="$3"
 home=$(mktemp -d)
 mkdir -m 700 "$home/run"
-trap '"$lumetta" calendar stop >/dev/null 2>&1 || true; chmod -R u+w "$home"; rm -rf "$home"' EXIT
+. "$(dirname "$0")/calendars.sh"
+trap 'stop_calendars; chmod -R u+w "$home"; rm -rf "$home"' EXIT
 export XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" HOME="$home" XDG_RUNTIME_DIR="$home/run"
 export LUMETTA_LIBRARY="$home/Mail"
 fail() { echo "FAILED: $*"; exit 1; }

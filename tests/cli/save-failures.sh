@@ -15,7 +15,7 @@ cleanup() {
   chattr -i "$LUMETTA_LIBRARY"/INBOX.mbox/Messages/*.emlx 2>/dev/null || true
   umount "$small" 2>/dev/null || true
 }
-trap 'cleanup; "$lumetta" calendar stop >/dev/null 2>&1 || true; chmod -R u+w "$home"; rm -rf "$home"' EXIT
+trap 'cleanup; stop_calendars; chmod -R u+w "$home"; rm -rf "$home"' EXIT
 
 "$sample" "$home/sample" >/dev/null
 indexed() { "$lumetta" mdfind --count "kMDItemKeywords == \"$1\""; }

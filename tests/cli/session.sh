@@ -6,7 +6,8 @@ home=$(mktemp -d)
 # Every start of the client may start the calendar application; it gets a runtime folder
 # of this run's own, so it never meets another run's, and is stopped at the end.
 mkdir -m 700 "$home/run"
-trap '"${lumetta:-false}" calendar stop >/dev/null 2>&1 || true; chmod -R u+w "$home"; rm -rf "$home"' EXIT
+. "$(dirname "${BASH_SOURCE[0]}")/calendars.sh"
+trap 'stop_calendars; chmod -R u+w "$home"; rm -rf "$home"' EXIT
 export XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" HOME="$home" XDG_RUNTIME_DIR="$home/run"
 export LUMETTA_LIBRARY="$home/Mail" TZ=UTC
 # The bundle comes from the build tree, as the binary finds it on its own; naming

@@ -2,6 +2,7 @@
 
 #include "platform/appleevents/AESocketPath.h"
 #include "platform/appleevents/AESocketTransport.h"
+#include "support/CalendarSweep.h"
 
 #include <chrono>
 #include <csignal>
@@ -99,6 +100,8 @@ void CalendarProcessTest::SetUp() {
 
 void CalendarProcessTest::TearDown() {
     calendar_.reset();
+    // A calendar started on demand is no child of the test: found by its runtime folder.
+    testsupport::stopCalendarsRunningIn(runtime_.path());
     if (!runtimeSet_)
         return;
     if (previousRuntime_)

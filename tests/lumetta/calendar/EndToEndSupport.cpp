@@ -4,6 +4,7 @@
 #include "platform/appleevents/ApplicationRegistry.h"
 #include "platform/appleevents/Workspace.h"
 #include "platform/foundation/UserDefaults.h"
+#include "support/CalendarSweep.h"
 
 #include <chrono>
 #include <csignal>
@@ -58,6 +59,8 @@ void CalendarWorld::SetUp() {
 
 void CalendarWorld::TearDown() {
     stopCalendar();
+    // Also any the socket no longer leads to: no test may leave a calendar running.
+    testsupport::stopCalendarsRunningIn(scratch_.path() / "run");
     platform::appleevents::ApplicationRegistry::unregisterApplication("com.apple.iCal");
     for (const auto& [name, value] : saved_)
         value ? ::setenv(name.c_str(), value->c_str(), 1) : ::unsetenv(name.c_str());
