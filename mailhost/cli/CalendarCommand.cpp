@@ -1,11 +1,13 @@
 #include "mailhost/cli/CalendarCommand.h"
 
 #include "platform/appleevents/AESend.h"
+#include "platform/appleevents/ApplicationRegistry.h"
 #include "platform/appleevents/Workspace.h"
 #include "platform/foundation/Array.h"
 #include "platform/foundation/Dictionary.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -55,6 +57,21 @@ std::string runningStoreFolder() {
     return reply.directObject()->stringValue().value_or("(unknown)");
 }
 
+// Started by hand, the calendar runs until `calendar stop`: only a start on demand, by a
+// command that needs it, ends by itself once idle.
+void withoutIdleExit() {
+    auto application = ApplicationRegistry::lookUp(kCalendar);
+    if (!application)
+        return; // the launch says why
+    auto& arguments = application.value().arguments;
+    const auto option =
+        std::find(arguments.begin(), arguments.end(), ApplicationRegistry::kExitWhenIdleOption);
+    if (option == arguments.end())
+        return;
+    arguments.erase(option, option + 1 < arguments.end() ? option + 2 : arguments.end());
+    ApplicationRegistry::registerApplication(kCalendar, std::move(application.value()));
+}
+
 } // namespace
 
 CalendarCommand::CalendarCommand(CLI::App& app) {
@@ -62,7 +79,8 @@ CalendarCommand::CalendarCommand(CLI::App& app) {
     calendar->require_subcommand(1);
     status_ =
         calendar->add_subcommand("status", "Whether lumetta-calendar runs, and the folder of its store");
-    start_ = calendar->add_subcommand("start", "Start lumetta-calendar in the background");
+    start_ =
+        calendar->add_subcommand("start", "Start lumetta-calendar in the background, to run until stopped");
     stop_ = calendar->add_subcommand("stop", "Ask lumetta-calendar to quit");
 }
 
@@ -85,6 +103,7 @@ int CalendarCommand::status(std::ostream& out) {
 }
 
 int CalendarCommand::start(std::ostream& out, std::ostream& err) {
+    withoutIdleExit();
     platform::Value process;
     auto launched = Workspace::sharedWorkspace().launchAppWithBundleIdentifier(
         kCalendar, NSWorkspaceLaunchWithoutActivation, nullptr, &process);

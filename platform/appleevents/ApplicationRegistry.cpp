@@ -1,7 +1,9 @@
 #include "platform/appleevents/ApplicationRegistry.h"
 
 #include "platform/appleevents/AECodes.h"
+#include "platform/foundation/Log.h"
 
+#include <charconv>
 #include <cstdlib>
 #include <map>
 #include <mutex>
@@ -15,11 +17,33 @@ struct BuiltIn {
     std::string_view bundleIdentifier;
     std::string_view executableName;
     const char* overrideVariable;
+    const char* idleVariable; // seconds without a request before it ends
 };
 
 constexpr BuiltIn kBuiltIns[] = {
-    {"com.apple.iCal", "lumetta-calendar", "LUMETTA_CALENDAR_EXECUTABLE"},
+    {"com.apple.iCal", "lumetta-calendar", "LUMETTA_CALENDAR_EXECUTABLE", "LUMETTA_CALENDAR_IDLE_EXIT"},
 };
+
+// The arguments that end a built-in application after its idle period: the default, or
+// whole seconds from its variable; none for 0. A value that is no such number is logged
+// and the default used, so a typing slip never leaves applications running for ever.
+std::vector<std::string> idleArguments(const BuiltIn& builtIn) {
+    long seconds = ApplicationRegistry::kDefaultIdleSeconds;
+    if (const char* text = std::getenv(builtIn.idleVariable); text && *text) {
+        long given = 0;
+        const std::string_view value(text);
+        const auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), given);
+        if (ec == std::errc() && end == value.data() + value.size() && given >= 0)
+            seconds = given;
+        else
+            Log::line(std::string(builtIn.idleVariable) + "=" + text + " is not a number of seconds; " +
+                      std::string(builtIn.executableName) + " ends after " + std::to_string(seconds) +
+                      " s without a request");
+    }
+    if (seconds == 0)
+        return {};
+    return {ApplicationRegistry::kExitWhenIdleOption, std::to_string(seconds)};
+}
 
 std::mutex registryMutex;
 std::map<std::string, ApplicationRegistry::Application, std::less<>>& registered() {
@@ -81,7 +105,7 @@ Result<ApplicationRegistry::Application> ApplicationRegistry::lookUp(std::string
         };
         for (const auto& candidate : candidates)
             if (!candidate.empty() && isExecutable(candidate))
-                return Application{candidate, {}};
+                return Application{candidate, idleArguments(builtIn)};
         return makeError("the program for " + std::string(bundleIdentifier) + " (" +
                              std::string(overridden && *overridden ? overridden : builtIn.executableName) +
                              ") is not installed",

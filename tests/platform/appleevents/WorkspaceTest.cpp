@@ -6,6 +6,7 @@
 #include "platform/appleevents/AESocketPath.h"
 #include "platform/appleevents/AESocketTransport.h"
 #include "platform/appleevents/ApplicationRegistry.h"
+#include "platform/foundation/Log.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -140,6 +141,42 @@ TEST(ApplicationRegistry, CalendarProgramComesFromTheEnvironmentOrBesideTheProgr
     ::setenv("PATH", path.c_str(), 1);
     ASSERT_FALSE(absent.ok()); // nothing named lumetta-calendar beside the test program
     EXPECT_EQ(absent.error().code, fnfErr);
+}
+
+// The calendar is started on demand and told to end once idle: after 300 s without a
+// request, or the whole seconds of its variable (0: never); anything else there is logged
+// and the default kept, so a typing slip never leaves calendars running for ever.
+TEST(ApplicationRegistry, CalendarIsToldToEndWhenIdle) {
+    const struct {
+        const char* variable; // nullptr: unset
+        std::vector<std::string> arguments;
+        bool logged;
+    } cases[] = {
+        {nullptr, {"--exit-when-idle", "300"}, false},
+        {"5", {"--exit-when-idle", "5"}, false},
+        {"0", {}, false},
+        {"soon", {"--exit-when-idle", "300"}, true},
+        {"-3", {"--exit-when-idle", "300"}, true},
+        {"2.5", {"--exit-when-idle", "300"}, true},
+    };
+    ::setenv("LUMETTA_CALENDAR_EXECUTABLE", "/bin/true", 1);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.variable ? c.variable : "unset");
+        c.variable ? ::setenv("LUMETTA_CALENDAR_IDLE_EXIT", c.variable, 1)
+                   : ::unsetenv("LUMETTA_CALENDAR_IDLE_EXIT");
+        platform::ScopedLogCapture log;
+        const auto calendar = ApplicationRegistry::lookUp("com.apple.iCal");
+        ASSERT_TRUE(calendar.ok());
+        EXPECT_EQ(calendar.value().arguments, c.arguments);
+        EXPECT_EQ(log.contains("LUMETTA_CALENDAR_IDLE_EXIT"), c.logged);
+    }
+    ::unsetenv("LUMETTA_CALENDAR_IDLE_EXIT");
+    ::unsetenv("LUMETTA_CALENDAR_EXECUTABLE");
+    // What a program registers runs as registered.
+    ApplicationRegistry::registerApplication("com.apple.iCal", {"/bin/true", {"--store", "/tmp/x"}});
+    EXPECT_EQ(ApplicationRegistry::lookUp("com.apple.iCal").value().arguments,
+              (std::vector<std::string>{"--store", "/tmp/x"}));
+    ApplicationRegistry::unregisterApplication("com.apple.iCal");
 }
 
 } // namespace
