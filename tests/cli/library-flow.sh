@@ -27,12 +27,12 @@ first=$("$lumetta" ls Projects/Apollo | sed -n 1p | cut -f1)
 copied="$home/Copied.mbox"
 cp -r "$fixtures/layout-example" "$copied"
 chmod -R u+w "$copied"
-"$lumetta" adopt "$copied" | grep -q 'adopted 1 messages' || fail "adopt mailbox"
+"$lumetta" adopt "$copied" | grep -q 'adopted 1 message in 1 mailbox' || fail "adopt mailbox"
 "$lumetta" ls Copied | grep -q 'Fwd: Lorem ipsum' || fail "adopted message listed"
 
 # A file dropped into a mailbox by hand shows up after a rebuild.
 cp "$fixtures/01-mail10.3-full-multipart-alt-114862.emlx" "$LUMETTA_LIBRARY/INBOX.mbox/Messages/114862.emlx"
-"$lumetta" rebuild INBOX | grep -q 'rebuilt INBOX: 1 messages' || fail "rebuild"
+"$lumetta" rebuild INBOX | grep -q 'rebuilt INBOX: 1 message$' || fail "rebuild"
 "$lumetta" strip-attachments 114862 2>/dev/null && fail "stripped a message without attachments" || true
 "$lumetta" ls INBOX | grep -q Lorem || fail "message without attachments was lost"
 
