@@ -1,7 +1,5 @@
 #include "platform/spotlight/MetadataLookup.h"
 
-#include <algorithm>
-
 namespace platform::spotlight {
 
 namespace {
@@ -55,36 +53,42 @@ Result<void> eachRow(sqlite::Statement& s, const std::function<void(const sqlite
     }
 }
 
-} // namespace
-
-Result<ItemSet> MetadataLookup::collectItems(const std::string& sql, std::string_view name,
-                                             const std::function<void(sqlite::Statement&)>& bind) {
-    auto statement = statements_.get(sql);
-    if (!statement)
-        return statement.error();
-    sqlite::Statement& s = *statement.value();
-    if (!name.empty())
-        s.bind(1, name);
-    bind(s);
-    std::vector<std::int64_t> ids;
-    if (auto r = eachRow(s, [&](const sqlite::Statement& row) { ids.push_back(row.columnInt(0)); }); !r)
-        return r.error();
-    return ItemSet::fromIds(std::move(ids));
+// A selection of the items with an element of attribute `name` (every attribute when it
+// is empty) meeting `condition`, whose parameters follow the name's.
+ItemSelect elementsWhere(std::string_view name, const std::string& condition,
+                         std::vector<ItemSelect::Parameter> parameters) {
+    std::string sql = "SELECT item FROM attributes WHERE ";
+    if (!name.empty()) {
+        sql += "name = ? AND ";
+        parameters.insert(parameters.begin(), std::string(name));
+    }
+    return ItemSelect(sql + condition, std::move(parameters));
 }
 
-Result<ItemSet> MetadataLookup::itemsWithFolded(std::string_view name, std::string_view folded) {
-    return collectItems(attributeQuery("item", name, "folded = ?2"), name,
-                        [&](sqlite::Statement& s) { s.bind(2, folded); });
+} // namespace
+
+ItemSelect MetadataLookup::withFolded(std::string_view name, std::string_view folded) {
+    return elementsWhere(name, "folded = ?", {std::string(folded)});
+}
+
+ItemSelect MetadataLookup::withAsciiString(std::string_view name, std::string_view folded,
+                                           std::string_view text, bool ignoringCase) {
+    return elementsWhere(name,
+                         ignoringCase ? "folded = ? AND text = ? COLLATE NOCASE" : "folded = ? AND text = ?",
+                         {std::string(folded), std::string(text)});
 }
 
 Result<void> MetadataLookup::stringElements(std::string_view name, std::string_view folded, bool whole,
-                                            const ElementVisitor& visit) {
+                                            const ElementVisitor& visit, bool beyondAsciiOnly) {
     const std::string upper = whole ? std::string() : upperBound(std::string(folded));
     std::string condition = "folded = ?2";
     if (!whole)
         condition = folded.empty()  ? "folded IS NOT NULL"
                     : upper.empty() ? "folded >= ?2"
                                     : "folded >= ?2 AND folded < ?3";
+    // A text longer in bytes than in characters holds something beyond ASCII.
+    if (beyondAsciiOnly)
+        condition += " AND length(CAST(text AS BLOB)) <> length(text)";
     auto statement = statements_.get(attributeQuery("item, text, folded", name, condition));
     if (!statement)
         return statement.error();
@@ -100,20 +104,36 @@ Result<void> MetadataLookup::stringElements(std::string_view name, std::string_v
     });
 }
 
-Result<ItemSet> MetadataLookup::itemsWithNumber(std::string_view name, NumberComparison comparison,
-                                                double value) {
-    const std::string condition = std::string("number ") + sqlOperator(comparison) + " ?2";
-    return collectItems(attributeQuery("item", name, condition), name,
-                        [&](sqlite::Statement& s) { s.bind(2, value); });
+Result<void> MetadataLookup::elementsContaining(std::string_view name, std::string_view folded,
+                                                const ElementVisitor& visit) {
+    // Still a scan of the attribute's elements, but inside SQLite: only those that can
+    // match come out to be checked.
+    auto statement = statements_.get(attributeQuery("item, text, folded", name, "instr(folded, ?2) > 0"));
+    if (!statement)
+        return statement.error();
+    sqlite::Statement& s = *statement.value();
+    if (!name.empty())
+        s.bind(1, name);
+    s.bind(2, folded);
+    return eachRow(s, [&](const sqlite::Statement& row) {
+        visit(row.columnInt(0), row.columnText(1), row.columnText(2));
+    });
 }
 
-Result<ItemSet> MetadataLookup::itemsWithAnyNumber(std::string_view name) {
-    return collectItems(attributeQuery("item", name, "number IS NOT NULL"), name, [](sqlite::Statement&) {});
+ItemSelect MetadataLookup::withNumber(std::string_view name, NumberComparison comparison, double value) {
+    return elementsWhere(name, std::string("number ") + sqlOperator(comparison) + " ?", {value});
 }
 
-Result<ItemSet> MetadataLookup::itemsWithNumberBetween(std::string_view name, double low, double high) {
-    return collectItems(attributeQuery("item", name, "number BETWEEN ?2 AND ?3"), name,
-                        [&](sqlite::Statement& s) { s.bind(2, low).bind(3, high); });
+ItemSelect MetadataLookup::withAnyNumber(std::string_view name) {
+    return elementsWhere(name, "number IS NOT NULL", {});
+}
+
+ItemSelect MetadataLookup::withNumberBetween(std::string_view name, double low, double high) {
+    return elementsWhere(name, "number BETWEEN ? AND ?", {low, high});
+}
+
+ItemSelect MetadataLookup::withText(std::string_view fullTextQuery) {
+    return ItemSelect("SELECT rowid AS item FROM texts WHERE texts MATCH ?", {std::string(fullTextQuery)});
 }
 
 Result<void> MetadataLookup::texts(std::string_view fullTextQuery, const TextVisitor& visit) {
@@ -128,32 +148,46 @@ Result<void> MetadataLookup::texts(std::string_view fullTextQuery, const TextVis
     return eachRow(s, [&](const sqlite::Statement& row) { visit(row.columnInt(0), row.columnText(1)); });
 }
 
-Result<ItemSet> MetadataLookup::itemsWithText(std::string_view fullTextQuery) {
-    return collectItems("SELECT rowid FROM texts WHERE texts MATCH ?1", {},
-                        [&](sqlite::Statement& s) { s.bind(1, fullTextQuery); });
-}
-
-Result<ItemSet> MetadataLookup::allItems() {
-    return collectItems("SELECT id FROM items", {}, [](sqlite::Statement&) {});
-}
-
-Result<std::vector<std::string>> MetadataLookup::paths(const ItemSet& items) {
-    auto statement = statements_.get("SELECT path FROM items WHERE id = ?1");
+Result<ItemSet> MetadataLookup::items(const ItemSelect& select) {
+    if (select.isNothing())
+        return ItemSet();
+    auto statement = statements_.get("SELECT DISTINCT item FROM (" + select.sql() + ")");
     if (!statement)
         return statement.error();
     sqlite::Statement& s = *statement.value();
+    select.bind(s);
+    std::vector<std::int64_t> ids;
+    if (auto r = eachRow(s, [&](const sqlite::Statement& row) { ids.push_back(row.columnInt(0)); }); !r)
+        return r.error();
+    return ItemSet::fromIds(std::move(ids));
+}
+
+Result<std::size_t> MetadataLookup::count(const ItemSelect& select) {
+    if (select.isNothing())
+        return std::size_t{0};
+    auto statement = statements_.get("SELECT count(DISTINCT item) FROM (" + select.sql() + ")");
+    if (!statement)
+        return statement.error();
+    sqlite::Statement& s = *statement.value();
+    select.bind(s);
+    auto row = s.step();
+    if (!row)
+        return row.error();
+    return static_cast<std::size_t>(row.value() ? s.columnInt(0) : 0);
+}
+
+Result<std::vector<std::string>> MetadataLookup::paths(const ItemSelect& select) {
     std::vector<std::string> out;
-    out.reserve(items.size());
-    for (const std::int64_t id : items.ids()) {
-        s.reset();
-        s.bind(1, id);
-        auto row = s.step();
-        if (!row)
-            return row.error();
-        if (row.value())
-            out.push_back(s.columnText(0));
-    }
-    std::sort(out.begin(), out.end());
+    if (select.isNothing())
+        return out;
+    auto statement =
+        statements_.get("SELECT path FROM items WHERE id IN (" + select.sql() + ") ORDER BY path");
+    if (!statement)
+        return statement.error();
+    sqlite::Statement& s = *statement.value();
+    select.bind(s);
+    if (auto r = eachRow(s, [&](const sqlite::Statement& row) { out.push_back(row.columnText(0)); }); !r)
+        return r.error();
     return out;
 }
 

@@ -13,7 +13,9 @@ namespace {
 
 // Attributes are one row per element so that "any element matches" is a plain indexed
 // lookup. `folded` (case and diacritics removed) serves string comparisons, `number` the
-// numeric and date ones; each index holds only the rows that have its column. Texts go to
+// numeric and date ones; each index holds only the rows that have its column. The string
+// index carries the text as well, so that a comparison the folded form cannot settle alone
+// ("K" but not "k") is still answered from the index without reading the rows. Texts go to
 // a full-text table whose tokenizer ignores case and diacritics, keyed by the item's id.
 constexpr const char* kSchema = R"sql(
 CREATE TABLE IF NOT EXISTS items (
@@ -30,7 +32,8 @@ CREATE TABLE IF NOT EXISTS attributes (
     number,
     PRIMARY KEY (item, name, position)
 ) WITHOUT ROWID;
-CREATE INDEX IF NOT EXISTS attributes_folded ON attributes(name, folded) WHERE folded IS NOT NULL;
+DROP INDEX IF EXISTS attributes_folded;
+CREATE INDEX IF NOT EXISTS attributes_folded_text ON attributes(name, folded, text) WHERE folded IS NOT NULL;
 CREATE INDEX IF NOT EXISTS attributes_number ON attributes(name, number) WHERE number IS NOT NULL;
 CREATE VIRTUAL TABLE IF NOT EXISTS texts USING fts5(body, tokenize = 'unicode61 remove_diacritics 2');
 )sql";
@@ -39,8 +42,8 @@ std::atomic<MetadataStore*> currentStore{nullptr};
 
 // The cached statement for `sql` with `arguments` bound to ?1, ?2, ...
 template <class... Arguments>
-Result<StatementCache::Loan> bound(StatementCache& statements, const std::string& sql,
-                                   Arguments... arguments) {
+Result<sqlite::StatementCache::Loan> bound(sqlite::StatementCache& statements, const std::string& sql,
+                                           Arguments... arguments) {
     auto loan = statements.get(sql);
     if (!loan)
         return loan;
@@ -51,7 +54,7 @@ Result<StatementCache::Loan> bound(StatementCache& statements, const std::string
 
 // Runs a statement that returns no rows.
 template <class... Arguments>
-Result<void> execute(StatementCache& statements, const std::string& sql, Arguments... arguments) {
+Result<void> execute(sqlite::StatementCache& statements, const std::string& sql, Arguments... arguments) {
     auto loan = bound(statements, sql, arguments...);
     if (!loan)
         return loan.error();
@@ -68,13 +71,11 @@ void logReadError(std::string_view what, const Error& error) {
 } // namespace
 
 MetadataStore::MetadataStore(std::unique_ptr<sqlite::Database> db)
-    : db_(std::move(db)), statements_(std::make_unique<StatementCache>(*db_)) {}
+    : db_(std::move(db)), statements_(&db_->statements()) {}
 
 MetadataStore::~MetadataStore() {
     MetadataStore* self = this;
     currentStore.compare_exchange_strong(self, nullptr);
-    // Statements must be finalised before their connection closes.
-    statements_.reset();
 }
 
 Result<std::unique_ptr<MetadataStore>> MetadataStore::open(const std::filesystem::path& root) {

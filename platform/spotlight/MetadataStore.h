@@ -4,8 +4,8 @@
 #include "platform/foundation/Value.h"
 #include "platform/spotlight/AttributeCodec.h"
 #include "platform/spotlight/MetadataLookup.h"
-#include "platform/spotlight/StatementCache.h"
 #include "platform/sqlite/Database.h"
+#include "platform/sqlite/StatementCache.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -131,7 +131,8 @@ private:
     mutable std::recursive_mutex mutex_;
     AttributeWriteObserver observer_;
     std::unique_ptr<sqlite::Database> db_;
-    std::unique_ptr<StatementCache> statements_;
+    // The connection's own cache.
+    sqlite::StatementCache* statements_;
     // How many transactions are open on this connection: the outermost one begins and
     // commits, inner ones are savepoints.
     mutable int depth_ = 0;

@@ -29,15 +29,18 @@ Result<std::unique_ptr<Database>> Database::open(const std::filesystem::path& pa
     std::unique_ptr<Database> database(new Database(db));
     sqlite3_busy_timeout(db, 10000);
     // WAL lets readers go on while one process writes; NORMAL sync is durable across
-    // application crashes, and the message files themselves carry the tags.
-    if (auto r =
-            database->exec("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON;");
+    // application crashes, and the message files themselves carry the tags. Reading through
+    // a memory map spares a command that scans thousands of rows a system call per page.
+    if (auto r = database->exec("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON; "
+                                "PRAGMA mmap_size=1073741824;");
         !r)
         return makeError("cannot open database " + path.string() + ": " + r.error().message, r.error().code);
     return database;
 }
 
 Database::~Database() {
+    // Statements must be finalised before their connection closes.
+    statements_.clear();
     sqlite3_close_v2(db_);
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/foundation/Result.h"
 #include "platform/sqlite/Statement.h"
+#include "platform/sqlite/StatementCache.h"
 
 #include <filesystem>
 #include <memory>
@@ -23,6 +24,10 @@ public:
 
     Result<void> exec(std::string_view sql);
     Result<Statement> prepare(std::string_view sql);
+    // A statement prepared once per connection and lent out for one use (see
+    // StatementCache): what every query run more than once should use.
+    Result<StatementCache::Loan> cached(std::string_view sql) { return statements_.get(sql); }
+    StatementCache& statements() { return statements_; }
     std::int64_t lastInsertRowId() const;
     int changes() const;
 
@@ -39,8 +44,9 @@ public:
     }
 
 private:
-    explicit Database(sqlite3* db) : db_(db) {}
+    explicit Database(sqlite3* db) : db_(db), statements_(*this) {}
     sqlite3* db_;
+    StatementCache statements_;
 };
 
 } // namespace platform::sqlite

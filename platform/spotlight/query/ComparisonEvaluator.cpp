@@ -41,68 +41,65 @@ std::string_view lookupName(std::string_view attribute) {
     return attribute == "*" ? std::string_view() : attribute;
 }
 
-Result<ItemSet> unite(Result<ItemSet> found, Result<ItemSet> more) {
+Result<ItemSelect> unite(Result<ItemSelect> found, Result<ItemSelect> more) {
     if (!found)
         return found;
     if (!more)
         return more;
-    return ItemSet::unionOf(found.value(), more.value());
+    std::vector<ItemSelect> parts;
+    parts.push_back(std::move(found.value()));
+    parts.push_back(std::move(more.value()));
+    return ItemSelect::unionOf(std::move(parts));
 }
 
 } // namespace
 
-Result<ItemSet> ComparisonEvaluator::allItems() {
-    if (!all_) {
-        auto all = lookup_.allItems();
-        if (!all)
-            return all;
-        all_ = std::move(all.value());
-    }
-    return *all_;
-}
-
-Result<ItemSet> ComparisonEvaluator::comparison(const QueryNode& node) {
+Result<ItemSelect> ComparisonEvaluator::comparison(const QueryNode& node) {
     const QueryValue& value = node.values.front();
     if (node.op != QueryOperator::NotEqual)
         return satisfying(node.attribute, node.op, value);
     auto equal = satisfying(node.attribute, QueryOperator::Equal, value);
     if (!equal)
         return equal;
-    auto all = allItems();
-    if (!all)
-        return all;
-    return ItemSet::difference(all.value(), equal.value());
+    return ItemSelect::difference(ItemSelect::everything(), std::move(equal.value()));
 }
 
-Result<ItemSet> ComparisonEvaluator::satisfying(std::string_view attribute, QueryOperator op,
-                                                const QueryValue& value) {
+Result<ItemSelect> ComparisonEvaluator::satisfying(std::string_view attribute, QueryOperator op,
+                                                   const QueryValue& value) {
     const std::optional<std::string> text = textOf(value);
     const std::optional<double> number = numberOf(value);
-    Result<ItemSet> found = ItemSet();
+    Result<ItemSelect> found = ItemSelect::nothing();
     if (attribute != kMDItemTextContent) {
         const std::string_view name = lookupName(attribute);
         if (text)
             found = unite(std::move(found), strings(name, op, *text, value.modifiers));
         if (number)
-            found = unite(std::move(found), numbers(name, op, *number));
+            found = unite(std::move(found), MetadataLookup::withNumber(name, numberComparison(op), *number));
         else if (text && op == QueryOperator::Equal && ValuePattern(*text).matchesEverything())
-            found = unite(std::move(found), lookup_.itemsWithAnyNumber(name));
+            found = unite(std::move(found), MetadataLookup::withAnyNumber(name));
     }
     if ((attribute == kMDItemTextContent || attribute == "*") && text && op == QueryOperator::Equal)
         found = unite(std::move(found), words(value));
     return found;
 }
 
-Result<ItemSet> ComparisonEvaluator::strings(std::string_view name, QueryOperator op, const std::string& text,
-                                             QueryModifiers modifiers) {
+Result<ItemSelect> ComparisonEvaluator::strings(std::string_view name, QueryOperator op,
+                                                const std::string& text, QueryModifiers modifiers) {
     const StringCondition condition(op, text, modifiers);
     if (condition.access() == StringCondition::Access::Equal && !condition.needsCheck())
-        return lookup_.itemsWithFolded(name, condition.key());
+        return MetadataLookup::withFolded(name, condition.key());
     std::vector<std::int64_t> ids;
     const auto collect = [&](std::int64_t item, std::string_view element, std::string_view folded) {
         if (!condition.needsCheck() || condition.matches(element, folded))
             ids.push_back(item);
     };
+    if (const std::string* ascii = condition.asciiValue()) {
+        if (auto read = lookup_.stringElements(name, condition.key(), true, collect, true); !read)
+            return read.error();
+        return unite(
+            MetadataLookup::withAsciiString(name, condition.key(), *ascii, condition.asciiCaseIgnored()),
+            ItemSelect::of(ItemSet::fromIds(std::move(ids))));
+    }
     Result<void> read;
     switch (condition.access()) {
     case StringCondition::Access::Equal:
@@ -111,23 +108,22 @@ Result<ItemSet> ComparisonEvaluator::strings(std::string_view name, QueryOperato
     case StringCondition::Access::Prefix:
         read = lookup_.stringElements(name, condition.key(), false, collect);
         break;
+    case StringCondition::Access::Within:
+        read = lookup_.elementsContaining(name, condition.key(), collect);
+        break;
     case StringCondition::Access::Scan:
         read = lookup_.stringElements(name, {}, false, collect);
         break;
     }
     if (!read)
         return read.error();
-    return ItemSet::fromIds(std::move(ids));
+    return ItemSelect::of(ItemSet::fromIds(std::move(ids)));
 }
 
-Result<ItemSet> ComparisonEvaluator::numbers(std::string_view name, QueryOperator op, double number) {
-    return lookup_.itemsWithNumber(name, numberComparison(op), number);
-}
-
-Result<ItemSet> ComparisonEvaluator::words(const QueryValue& value) {
+Result<ItemSelect> ComparisonEvaluator::words(const QueryValue& value) {
     const TextCondition condition(*textOf(value), value.modifiers);
     if (!condition.needsCheck() && !condition.fullTextQuery().empty())
-        return lookup_.itemsWithText(condition.fullTextQuery());
+        return MetadataLookup::withText(condition.fullTextQuery());
     std::vector<std::int64_t> ids;
     auto read = lookup_.texts(condition.fullTextQuery(), [&](std::int64_t item, std::string_view text) {
         if (!condition.needsCheck() || condition.matches(text))
@@ -135,23 +131,23 @@ Result<ItemSet> ComparisonEvaluator::words(const QueryValue& value) {
     });
     if (!read)
         return read.error();
-    return ItemSet::fromIds(std::move(ids));
+    return ItemSelect::of(ItemSet::fromIds(std::move(ids)));
 }
 
-Result<ItemSet> ComparisonEvaluator::inRange(const QueryNode& node) {
+Result<ItemSelect> ComparisonEvaluator::inRange(const QueryNode& node) {
     if (node.attribute == kMDItemTextContent)
-        return ItemSet();
+        return ItemSelect::nothing();
     const std::string_view name = lookupName(node.attribute);
     const QueryValue& low = node.values[0];
     const QueryValue& high = node.values[1];
-    Result<ItemSet> found = ItemSet();
+    ItemSelect found = ItemSelect::nothing();
     const std::optional<double> lowNumber = numberOf(low);
     const std::optional<double> highNumber = numberOf(high);
     if (lowNumber && highNumber)
-        found = lookup_.itemsWithNumberBetween(name, *lowNumber, *highNumber);
+        found = MetadataLookup::withNumberBetween(name, *lowNumber, *highNumber);
     const std::optional<std::string> lowText = textOf(low);
     const std::optional<std::string> highText = textOf(high);
-    if (!found || !lowText || !highText)
+    if (!lowText || !highText)
         return found;
     QueryModifiers modifiers;
     modifiers.caseInsensitive = low.modifiers.caseInsensitive || high.modifiers.caseInsensitive;
@@ -167,7 +163,7 @@ Result<ItemSet> ComparisonEvaluator::inRange(const QueryNode& node) {
         });
     if (!read)
         return read.error();
-    return ItemSet::unionOf(found.value(), ItemSet::fromIds(std::move(ids)));
+    return unite(std::move(found), ItemSelect::of(ItemSet::fromIds(std::move(ids))));
 }
 
 std::optional<double> ComparisonEvaluator::numberOf(const QueryValue& value) const {

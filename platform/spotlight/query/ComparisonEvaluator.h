@@ -2,8 +2,8 @@
 
 #include "platform/foundation/Date.h"
 #include "platform/foundation/Result.h"
-#include "platform/spotlight/ItemSet.h"
 #include "platform/spotlight/MetadataLookup.h"
+#include "platform/spotlight/query/ItemSelect.h"
 #include "platform/spotlight/query/QueryNode.h"
 
 #include <optional>
@@ -33,19 +33,18 @@ class ComparisonEvaluator {
 public:
     ComparisonEvaluator(MetadataLookup& lookup, Date now) : lookup_(lookup), now_(now) {}
 
-    [[nodiscard]] Result<ItemSet> comparison(const QueryNode& node);
-    [[nodiscard]] Result<ItemSet> inRange(const QueryNode& node);
-    // Every item the index knows, read once per query.
-    [[nodiscard]] Result<ItemSet> allItems();
+    // The items of a term, as a selection the index answers when it can decide the term
+    // alone, else as the items found by reading candidates and checking them here.
+    [[nodiscard]] Result<ItemSelect> comparison(const QueryNode& node);
+    [[nodiscard]] Result<ItemSelect> inRange(const QueryNode& node);
 
 private:
     // The items with a value that satisfies `op` (never NotEqual).
-    [[nodiscard]] Result<ItemSet> satisfying(std::string_view attribute, QueryOperator op,
-                                             const QueryValue& value);
-    [[nodiscard]] Result<ItemSet> strings(std::string_view name, QueryOperator op, const std::string& text,
-                                          QueryModifiers modifiers);
-    [[nodiscard]] Result<ItemSet> numbers(std::string_view name, QueryOperator op, double number);
-    [[nodiscard]] Result<ItemSet> words(const QueryValue& value);
+    [[nodiscard]] Result<ItemSelect> satisfying(std::string_view attribute, QueryOperator op,
+                                                const QueryValue& value);
+    [[nodiscard]] Result<ItemSelect> strings(std::string_view name, QueryOperator op, const std::string& text,
+                                             QueryModifiers modifiers);
+    [[nodiscard]] Result<ItemSelect> words(const QueryValue& value);
     // The value as a number, when it reads as one.
     std::optional<double> numberOf(const QueryValue& value) const;
     // The value as text, when it has a written form ($time values have none).
@@ -53,7 +52,6 @@ private:
 
     MetadataLookup& lookup_;
     Date now_;
-    std::optional<ItemSet> all_;
 };
 
 } // namespace platform::spotlight

@@ -12,53 +12,76 @@ namespace {
 // get the same bound, so that evaluating one cannot run out of stack either.
 constexpr int kMaxNodeDepth = 2 * QueryParser::kMaxDepth + 4;
 
-Result<ItemSet> evaluateNode(const QueryNode& node, ComparisonEvaluator& terms, int depth) {
+// SELECTs nested deeper than this are run on their own first and nested as the list of
+// their items: SQLite's parser takes a bounded depth, a query's nesting is the user's.
+constexpr int kMaxSelectDepth = 8;
+
+struct Evaluation {
+    ComparisonEvaluator& terms;
+    MetadataLookup& lookup;
+};
+
+Result<ItemSelect> shallow(Result<ItemSelect> select, MetadataLookup& lookup) {
+    if (!select || select.value().depth() <= kMaxSelectDepth)
+        return select;
+    auto items = lookup.items(select.value());
+    if (!items)
+        return items.error();
+    return ItemSelect::of(items.value());
+}
+
+Result<ItemSelect> evaluateNode(const QueryNode& node, Evaluation& with, int depth) {
     if (depth > kMaxNodeDepth)
         return makeError("the query nests too deeply");
     switch (node.kind) {
     case QueryNode::Kind::True:
-        return terms.allItems();
+        return ItemSelect::everything();
     case QueryNode::Kind::False:
-        return ItemSet();
+        return ItemSelect::nothing();
     case QueryNode::Kind::Comparison:
         if (node.values.size() != 1)
             return makeError("a comparison needs one value");
-        return terms.comparison(node);
+        return shallow(with.terms.comparison(node), with.lookup);
     case QueryNode::Kind::InRange:
         if (node.values.size() != 2)
             return makeError("InRange needs two values");
-        return terms.inRange(node);
+        return shallow(with.terms.inRange(node), with.lookup);
     case QueryNode::Kind::Not: {
         if (node.children.size() != 1)
             return makeError("a negation needs one operand");
-        auto operand = evaluateNode(node.children.front(), terms, depth + 1);
+        auto operand = evaluateNode(node.children.front(), with, depth + 1);
         if (!operand)
             return operand;
-        auto all = terms.allItems();
-        if (!all)
-            return all;
-        return ItemSet::difference(all.value(), operand.value());
+        return shallow(ItemSelect::difference(ItemSelect::everything(), std::move(operand.value())),
+                       with.lookup);
     }
     case QueryNode::Kind::And:
     case QueryNode::Kind::Or:
         break;
     }
-    const bool conjunction = node.kind == QueryNode::Kind::And;
-    std::optional<ItemSet> result;
+    std::vector<ItemSelect> parts;
     for (const QueryNode& child : node.children) {
-        // Once nothing is left, later terms cannot bring anything back.
-        if (conjunction && result && result->empty())
-            break;
-        auto operand = evaluateNode(child, terms, depth + 1);
+        auto operand = evaluateNode(child, with, depth + 1);
         if (!operand)
             return operand;
-        if (!result)
-            result = std::move(operand.value());
-        else
-            result = conjunction ? ItemSet::intersection(*result, operand.value())
-                                 : ItemSet::unionOf(*result, operand.value());
+        parts.push_back(std::move(operand.value()));
     }
-    return result.value_or(ItemSet());
+    return shallow(node.kind == QueryNode::Kind::And ? ItemSelect::intersection(std::move(parts))
+                                                     : ItemSelect::unionOf(std::move(parts)),
+                   with.lookup);
+}
+
+// Runs `use` on the selection of a query, over one snapshot of the index.
+template <class Use> Result<void> select(const MetadataStore& store, const QueryNode& query, Use&& use) {
+    const Date now = Clock::now();
+    return store.read([&](MetadataLookup& lookup) -> Result<void> {
+        ComparisonEvaluator terms(lookup, now);
+        Evaluation with{terms, lookup};
+        auto selected = evaluateNode(query, with, 0);
+        if (!selected)
+            return selected.error();
+        return use(lookup, selected.value());
+    });
 }
 
 } // namespace
@@ -71,14 +94,9 @@ Result<std::vector<std::string>> QueryEvaluator::evaluate(std::string_view query
 }
 
 Result<std::vector<std::string>> QueryEvaluator::evaluate(const QueryNode& query) const {
-    const Date now = Clock::now();
     std::vector<std::string> paths;
-    auto r = store_.read([&](MetadataLookup& lookup) -> Result<void> {
-        ComparisonEvaluator terms(lookup, now);
-        auto items = evaluateNode(query, terms, 0);
-        if (!items)
-            return items.error();
-        auto found = lookup.paths(items.value());
+    auto r = select(store_, query, [&](MetadataLookup& lookup, const ItemSelect& items) -> Result<void> {
+        auto found = lookup.paths(items);
         if (!found)
             return found.error();
         paths = std::move(found.value());
@@ -87,6 +105,27 @@ Result<std::vector<std::string>> QueryEvaluator::evaluate(const QueryNode& query
     if (!r)
         return r.error();
     return paths;
+}
+
+Result<std::size_t> QueryEvaluator::count(std::string_view query) const {
+    auto tree = QueryParser::parse(query);
+    if (!tree)
+        return tree.error();
+    return count(tree.value());
+}
+
+Result<std::size_t> QueryEvaluator::count(const QueryNode& query) const {
+    std::size_t found = 0;
+    auto r = select(store_, query, [&](MetadataLookup& lookup, const ItemSelect& items) -> Result<void> {
+        auto counted = lookup.count(items);
+        if (!counted)
+            return counted.error();
+        found = counted.value();
+        return {};
+    });
+    if (!r)
+        return r.error();
+    return found;
 }
 
 } // namespace platform::spotlight

@@ -2,6 +2,8 @@
 
 #include "platform/foundation/Text.h"
 
+#include <algorithm>
+
 namespace platform::spotlight {
 
 StringCondition::StringCondition(QueryOperator op, std::string_view value, QueryModifiers modifiers)
@@ -19,6 +21,15 @@ StringCondition::StringCondition(QueryOperator op, std::string_view value, Query
         key_ = text::fold(pattern_.head(), true, true);
         // The folded form is exactly what c and d together compare.
         needsCheck_ = !(modifiers_.caseInsensitive && modifiers_.diacriticInsensitive);
+        // Plain ASCII is its own composed form and has no diacritics, and its case is
+        // ASCII case; characters beyond it (a Kelvin sign for K) still need the rule.
+        asciiValue_ = needsCheck_ && std::all_of(pattern_.literal().begin(), pattern_.literal().end(),
+                                                 [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    } else if (modifiers_.caseInsensitive && modifiers_.diacriticInsensitive &&
+               !text::fold(pattern_.infix(), true, true).empty()) {
+        access_ = Access::Within;
+        key_ = text::fold(pattern_.infix(), true, true);
+        infixOfFolded_ = true;
     } else if (!pattern_.head().empty()) {
         access_ = Access::Prefix;
         key_ = text::fold(pattern_.head(), true, true);
@@ -43,6 +54,16 @@ bool StringCondition::matches(std::string_view element, std::string_view folded)
         if (!folded.starts_with(key_))
             return false;
         if (folded.size() == key_.size() || (isPlainAscii(key_.back()) && isPlainAscii(folded[key_.size()])))
+            return true;
+    }
+    // Likewise for "*text*": found in the folded form between plain ASCII on both sides.
+    if (infixOfFolded_) {
+        const std::size_t at = folded.find(key_);
+        if (at == std::string_view::npos)
+            return false;
+        const std::size_t end = at + key_.size();
+        if ((at == 0 || (isPlainAscii(folded[at - 1]) && isPlainAscii(key_.front()))) &&
+            (end == folded.size() || (isPlainAscii(folded[end]) && isPlainAscii(key_.back()))))
             return true;
     }
     const bool c = modifiers_.caseInsensitive;

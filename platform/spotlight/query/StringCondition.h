@@ -16,6 +16,7 @@ public:
     enum class Access {
         Equal,  // elements whose folded form is key()
         Prefix, // elements whose folded form starts with key()
+        Within, // elements whose folded form contains key()
         Scan,   // every string element of the attribute
     };
 
@@ -29,6 +30,12 @@ public:
     bool needsCheck() const { return needsCheck_; }
     // `folded` is the element's folded form, as the index holds it.
     bool matches(std::string_view element, std::string_view folded) const;
+    // Equal access for a value in plain ASCII that still needs the check: an element in
+    // plain ASCII matches exactly when it is this value (ignoring ASCII case when
+    // asciiCaseIgnored), which the index can test itself, so only the candidates beyond
+    // ASCII need the full rule. Null otherwise.
+    const std::string* asciiValue() const { return asciiValue_ ? &pattern_.literal() : nullptr; }
+    bool asciiCaseIgnored() const { return modifiers_.caseInsensitive; }
 
 private:
     QueryOperator op_;
@@ -41,6 +48,9 @@ private:
     bool needsCheck_ = true;
     // A prefix pattern under c and d: the folded form mostly decides on its own.
     bool prefixOfFolded_ = false;
+    bool asciiValue_ = false;
+    // A `*text*` pattern under c and d: the folded form mostly decides on its own.
+    bool infixOfFolded_ = false;
 };
 
 } // namespace platform::spotlight

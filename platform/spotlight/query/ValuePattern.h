@@ -23,11 +23,15 @@ public:
     bool isPrefix() const { return isPrefix_; }
     // Only stars: every string matches.
     bool matchesEverything() const { return matchesEverything_; }
+    // For `*text*` (stars, text without wildcards, stars), the unescaped text: the pattern
+    // asks for strings that contain it. Empty for any other pattern.
+    const std::string& infix() const { return infix_; }
 
 private:
     std::string source_;
     std::string head_;
     std::string literal_;
+    std::string infix_;
     bool hasWildcards_ = false;
     bool isPrefix_ = false;
     bool matchesEverything_ = false;
