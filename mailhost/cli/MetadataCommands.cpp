@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <iomanip>
 #include <set>
+#include <unordered_map>
 #include <unistd.h>
 
 namespace mailhost {
@@ -28,6 +29,11 @@ md::MetadataStore* metadataOf(const MetadataCommands::Context& c, Library& libra
         c.err << "lumetta: the metadata index of " << c.library.string()
               << " cannot be opened (see the system log)\n";
     return store;
+}
+
+void hintAtEmptyIndex(const MetadataCommands::Context& c, Library& library, md::MetadataStore& store) {
+    if (store.itemCount() == 0 && !library.mailboxes().empty())
+        c.err << "lumetta: the metadata index is empty; 'lumetta reindex' fills it from the message files\n";
 }
 
 std::string typeName(const Value& v) {
@@ -83,28 +89,57 @@ int MetadataCommands::mdfind(const Context& c, const std::string& query, bool co
     md::MetadataStore* store = metadataOf(c, *library);
     if (!store)
         return 1;
-    auto paths = md::QueryEvaluator(*store).evaluate(parsed.value());
+    const md::QueryEvaluator evaluator(*store);
+    if (count) {
+        auto found = evaluator.count(parsed.value());
+        if (!found) {
+            c.err << "lumetta: the metadata index cannot be searched: " << found.error().message << "\n";
+            return 1;
+        }
+        c.out << found.value() << "\n";
+        if (found.value() == 0)
+            hintAtEmptyIndex(c, *library, *store);
+        return 0;
+    }
+    auto paths = evaluator.evaluate(parsed.value());
     if (!paths) {
         c.err << "lumetta: the metadata index cannot be searched: " << paths.error().message << "\n";
         return 1;
     }
-    MessageList messages;
+    // The index lists files; the Envelope Index says which of them are messages of the
+    // library, read for all hits at once.
+    std::vector<std::int64_t> rows;
+    rows.reserve(paths.value().size());
     for (const std::string& path : paths.value())
         if (auto where = library->layout().locate(path))
-            if (auto message = library->message(where->rowid))
-                messages.push_back(std::move(message));
-    if (count) {
-        c.out << messages.size() << "\n";
-    } else if (c.json) {
+            rows.push_back(where->rowid);
+    std::size_t listed = 0;
+    if (c.json) {
+        std::unordered_map<std::int64_t, std::shared_ptr<LibraryMessage>> stored;
+        for (auto& message : library->messages(rows))
+            stored.emplace(message->libraryID(), std::move(message));
+        MessageList messages;
+        for (const std::int64_t row : rows)
+            if (auto found = stored.find(row); found != stored.end())
+                messages.push_back(found->second);
         MessageListing::print(c, messages);
+        listed = messages.size();
     } else {
-        for (const auto& m : messages) {
-            const auto& stored = static_cast<const LibraryMessage&>(*m);
-            c.out << stored.libraryID() << "\t" << stored.path().string() << "\n";
+        const auto files = library->messagePaths(rows);
+        std::string out;
+        for (const std::int64_t row : rows) {
+            if (auto found = files.find(row); found != files.end()) {
+                out += std::to_string(row);
+                out += '\t';
+                out += found->second;
+                out += '\n';
+                ++listed;
+            }
         }
+        c.out << out;
     }
-    if (store->itemCount() == 0 && !library->mailboxes().empty() && messages.empty())
-        c.err << "lumetta: the metadata index is empty; 'lumetta reindex' fills it from the message files\n";
+    if (listed == 0)
+        hintAtEmptyIndex(c, *library, *store);
     return 0;
 }
 

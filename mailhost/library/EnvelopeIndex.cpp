@@ -62,6 +62,18 @@ void bindEnvelope(platform::sqlite::Statement& s, const Envelope& e) {
         .bind(10, std::int64_t{e.partial ? 1 : 0});
 }
 
+// Rows as one JSON array, bound as a single parameter: a listing of thousands of
+// messages is one query, not one per message.
+std::string jsonList(std::span<const std::int64_t> rowids) {
+    std::string list = "[";
+    for (const std::int64_t rowid : rowids) {
+        list += std::to_string(rowid);
+        list += ',';
+    }
+    list.back() = ']';
+    return list;
+}
+
 } // namespace
 
 Result<std::unique_ptr<EnvelopeIndex>> EnvelopeIndex::open(const std::filesystem::path& file) {
@@ -76,72 +88,72 @@ Result<std::unique_ptr<EnvelopeIndex>> EnvelopeIndex::open(const std::filesystem
 Result<MailboxRecord> EnvelopeIndex::addMailbox(const std::string& name, bool sharded) {
     if (auto existing = mailboxNamed(name))
         return *existing;
-    auto s = db_->prepare("INSERT INTO mailboxes (name, sharded) VALUES (?1, ?2)");
+    auto s = db_->cached("INSERT INTO mailboxes (name, sharded) VALUES (?1, ?2)");
     if (!s)
         return s.error();
-    if (auto r = s.value().bind(1, std::string_view(name)).bind(2, std::int64_t{sharded ? 1 : 0}).run(); !r)
+    if (auto r = s.value()->bind(1, std::string_view(name)).bind(2, std::int64_t{sharded ? 1 : 0}).run(); !r)
         return r.error();
     return MailboxRecord{db_->lastInsertRowId(), name, sharded};
 }
 
 std::vector<MailboxRecord> EnvelopeIndex::mailboxes() const {
     std::vector<MailboxRecord> out;
-    auto s = db_->prepare("SELECT ROWID, name, sharded FROM mailboxes ORDER BY name");
+    auto s = db_->cached("SELECT ROWID, name, sharded FROM mailboxes ORDER BY name");
     if (!s)
         return out;
-    while (s.value().step().valueOr(false))
-        out.push_back({s.value().columnInt(0), s.value().columnText(1), s.value().columnInt(2) != 0});
+    while (s.value()->step().valueOr(false))
+        out.push_back({s.value()->columnInt(0), s.value()->columnText(1), s.value()->columnInt(2) != 0});
     return out;
 }
 
 std::optional<MailboxRecord> EnvelopeIndex::mailboxNamed(const std::string& name) const {
-    auto s = db_->prepare("SELECT ROWID, name, sharded FROM mailboxes WHERE name = ?1");
-    if (!s || !s.value().bind(1, std::string_view(name)).step().valueOr(false))
+    auto s = db_->cached("SELECT ROWID, name, sharded FROM mailboxes WHERE name = ?1");
+    if (!s || !s.value()->bind(1, std::string_view(name)).step().valueOr(false))
         return std::nullopt;
-    return MailboxRecord{s.value().columnInt(0), s.value().columnText(1), s.value().columnInt(2) != 0};
+    return MailboxRecord{s.value()->columnInt(0), s.value()->columnText(1), s.value()->columnInt(2) != 0};
 }
 
 std::optional<MailboxRecord> EnvelopeIndex::mailbox(std::int64_t id) const {
-    auto s = db_->prepare("SELECT ROWID, name, sharded FROM mailboxes WHERE ROWID = ?1");
-    if (!s || !s.value().bind(1, id).step().valueOr(false))
+    auto s = db_->cached("SELECT ROWID, name, sharded FROM mailboxes WHERE ROWID = ?1");
+    if (!s || !s.value()->bind(1, id).step().valueOr(false))
         return std::nullopt;
-    return MailboxRecord{s.value().columnInt(0), s.value().columnText(1), s.value().columnInt(2) != 0};
+    return MailboxRecord{s.value()->columnInt(0), s.value()->columnText(1), s.value()->columnInt(2) != 0};
 }
 
 Result<std::int64_t> EnvelopeIndex::insert(const Envelope& envelope) {
-    auto s = db_->prepare(std::string("INSERT INTO messages (") + kColumns +
-                          ") VALUES (?11, ?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10)");
+    auto s = db_->cached(std::string("INSERT INTO messages (") + kColumns +
+                         ") VALUES (?11, ?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10)");
     if (!s)
         return s.error();
-    bindEnvelope(s.value(), envelope);
+    bindEnvelope(*s.value(), envelope);
     if (envelope.rowid > 0)
-        s.value().bind(11, envelope.rowid);
+        s.value()->bind(11, envelope.rowid);
     else
-        s.value().bindNull(11);
-    if (auto r = s.value().run(); !r)
+        s.value()->bindNull(11);
+    if (auto r = s.value()->run(); !r)
         return r.error();
     return db_->lastInsertRowId();
 }
 
 Result<void> EnvelopeIndex::update(const Envelope& envelope) {
-    auto s = db_->prepare("UPDATE messages SET mailbox = ?1, message_id = ?2, subject = ?3, sender = ?4, "
-                          "recipients = ?5, date_sent = ?6, date_received = ?7, flags = ?8, remote_id = ?9, "
-                          "partial = ?10 WHERE ROWID = ?11");
+    auto s = db_->cached("UPDATE messages SET mailbox = ?1, message_id = ?2, subject = ?3, sender = ?4, "
+                         "recipients = ?5, date_sent = ?6, date_received = ?7, flags = ?8, remote_id = ?9, "
+                         "partial = ?10 WHERE ROWID = ?11");
     if (!s)
         return s.error();
-    bindEnvelope(s.value(), envelope);
-    s.value().bind(11, envelope.rowid);
-    return s.value().run();
+    bindEnvelope(*s.value(), envelope);
+    s.value()->bind(11, envelope.rowid);
+    return s.value()->run();
 }
 
 Result<void> EnvelopeIndex::updateFlags(std::span<const std::pair<std::int64_t, std::uint64_t>> flagsByRow) {
     return db_->transaction([&]() -> Result<void> {
-        auto s = db_->prepare("UPDATE messages SET flags = ?1 WHERE ROWID = ?2");
+        auto s = db_->cached("UPDATE messages SET flags = ?1 WHERE ROWID = ?2");
         if (!s)
             return s.error();
         for (const auto& [rowid, flags] : flagsByRow) {
-            s.value().reset();
-            if (auto r = s.value().bind(1, static_cast<std::int64_t>(flags)).bind(2, rowid).run(); !r)
+            s.value()->reset();
+            if (auto r = s.value()->bind(1, static_cast<std::int64_t>(flags)).bind(2, rowid).run(); !r)
                 return r;
         }
         return {};
@@ -149,20 +161,20 @@ Result<void> EnvelopeIndex::updateFlags(std::span<const std::pair<std::int64_t, 
 }
 
 Result<void> EnvelopeIndex::remove(std::int64_t rowid) {
-    auto s = db_->prepare("DELETE FROM messages WHERE ROWID = ?1");
+    auto s = db_->cached("DELETE FROM messages WHERE ROWID = ?1");
     if (!s)
         return s.error();
-    return s.value().bind(1, rowid).run();
+    return s.value()->bind(1, rowid).run();
 }
 
 std::vector<Envelope> EnvelopeIndex::query(const std::string& where, std::int64_t arg) const {
     std::vector<Envelope> out;
-    auto s = db_->prepare(std::string("SELECT ") + kColumns + " FROM messages " + where);
+    auto s = db_->cached(std::string("SELECT ") + kColumns + " FROM messages " + where);
     if (!s)
         return out;
-    s.value().bind(1, arg);
-    while (s.value().step().valueOr(false))
-        out.push_back(readEnvelope(s.value()));
+    s.value()->bind(1, arg);
+    while (s.value()->step().valueOr(false))
+        out.push_back(readEnvelope(*s.value()));
     return out;
 }
 
@@ -173,15 +185,47 @@ std::optional<Envelope> EnvelopeIndex::message(std::int64_t rowid) const {
     return found.front();
 }
 
+std::vector<Envelope> EnvelopeIndex::messages(std::span<const std::int64_t> rowids) const {
+    std::vector<Envelope> out;
+    if (rowids.empty())
+        return out;
+    auto s = db_->cached(std::string("SELECT ") + kColumns +
+                         " FROM messages WHERE ROWID IN (SELECT value FROM json_each(?1))");
+    if (!s)
+        return out;
+    const std::string list = jsonList(rowids);
+    s.value()->bind(1, std::string_view(list));
+    out.reserve(rowids.size());
+    while (s.value()->step().valueOr(false))
+        out.push_back(readEnvelope(*s.value()));
+    return out;
+}
+
+std::vector<MessagePlace> EnvelopeIndex::places(std::span<const std::int64_t> rowids) const {
+    std::vector<MessagePlace> out;
+    if (rowids.empty())
+        return out;
+    auto s = db_->cached("SELECT ROWID, mailbox, partial FROM messages WHERE ROWID IN "
+                         "(SELECT value FROM json_each(?1))");
+    if (!s)
+        return out;
+    const std::string list = jsonList(rowids);
+    s.value()->bind(1, std::string_view(list));
+    out.reserve(rowids.size());
+    while (s.value()->step().valueOr(false))
+        out.push_back({s.value()->columnInt(0), s.value()->columnInt(1), s.value()->columnInt(2) != 0});
+    return out;
+}
+
 std::vector<Envelope> EnvelopeIndex::messagesInMailbox(std::int64_t mailbox) const {
     return query("WHERE mailbox = ?1 ORDER BY date_received, ROWID", mailbox);
 }
 
 std::size_t EnvelopeIndex::messageCount() const {
-    auto s = db_->prepare("SELECT count(*) FROM messages");
-    if (!s || !s.value().step().valueOr(false))
+    auto s = db_->cached("SELECT count(*) FROM messages");
+    if (!s || !s.value()->step().valueOr(false))
         return 0;
-    return static_cast<std::size_t>(s.value().columnInt(0));
+    return static_cast<std::size_t>(s.value()->columnInt(0));
 }
 
 } // namespace mailhost

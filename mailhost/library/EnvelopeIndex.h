@@ -29,6 +29,13 @@ struct Envelope {
     bool partial = false; // stored as <rowid>.partial.emlx
 };
 
+// Where a stored message's file is, as far as the index says: enough to name the file.
+struct MessagePlace {
+    std::int64_t rowid = 0;
+    std::int64_t mailbox = 0;
+    bool partial = false;
+};
+
 struct MailboxRecord {
     std::int64_t id = 0;
     std::string name;     // path below the library root without ".mbox": "Projects/Apollo"
@@ -54,6 +61,10 @@ public:
     platform::Result<void> updateFlags(std::span<const std::pair<std::int64_t, std::uint64_t>> flagsByRow);
     platform::Result<void> remove(std::int64_t rowid);
     std::optional<Envelope> message(std::int64_t rowid) const;
+    // The envelopes of those rows that exist, in no particular order.
+    std::vector<Envelope> messages(std::span<const std::int64_t> rowids) const;
+    // The same rows' places only, which a listing of thousands of files needs.
+    std::vector<MessagePlace> places(std::span<const std::int64_t> rowids) const;
     std::vector<Envelope> messagesInMailbox(std::int64_t mailbox) const;
     std::size_t messageCount() const;
 

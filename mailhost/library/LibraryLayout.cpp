@@ -8,17 +8,20 @@ namespace mailhost {
 namespace fs = std::filesystem;
 
 fs::path LibraryLayout::mailboxFolder(const std::string& mailbox) const {
-    fs::path folder = root_;
+    // Built as one string, as `/` would build it: a listing asks for it once per message.
+    std::string folder = root_.native();
     std::size_t start = 0;
     while (start <= mailbox.size()) {
         const auto slash = mailbox.find('/', start);
-        folder /=
-            mailbox.substr(start, slash == std::string::npos ? std::string::npos : slash - start) + ".mbox";
+        const std::size_t end = slash == std::string::npos ? mailbox.size() : slash;
+        if (!folder.empty() && folder.back() != '/')
+            folder += '/';
+        folder.append(mailbox, start, end - start).append(".mbox");
         if (slash == std::string::npos)
             break;
         start = slash + 1;
     }
-    return folder;
+    return fs::path(std::move(folder));
 }
 
 fs::path LibraryLayout::shardFolders(std::int64_t rowid) {
@@ -38,8 +41,14 @@ fs::path LibraryLayout::messagesFolder(const std::string& mailbox, std::int64_t 
 
 fs::path LibraryLayout::messagePath(const std::string& mailbox, std::int64_t rowid, bool sharded,
                                     bool partial) const {
-    return messagesFolder(mailbox, rowid, sharded) /
-           (std::to_string(rowid) + (partial ? ".partial.emlx" : ".emlx"));
+    if (sharded)
+        return messagesFolder(mailbox, rowid, sharded) /
+               (std::to_string(rowid) + (partial ? ".partial.emlx" : ".emlx"));
+    std::string path = mailboxFolder(mailbox).native();
+    path += "/Messages/";
+    path += std::to_string(rowid);
+    path += partial ? ".partial.emlx" : ".emlx";
+    return fs::path(std::move(path));
 }
 
 fs::path LibraryLayout::attachmentsFolder(const std::string& mailbox, std::int64_t rowid) const {

@@ -188,8 +188,10 @@ Result<MailboxRecord> Library::createMailbox(const std::string& name) {
 
 std::shared_ptr<LibraryMessage> Library::makeMessage(const Envelope& envelope) {
     auto box = index_->mailbox(envelope.mailbox);
-    if (!box)
-        return nullptr;
+    return box ? makeMessage(envelope, *box) : nullptr;
+}
+
+std::shared_ptr<LibraryMessage> Library::makeMessage(const Envelope& envelope, const MailboxRecord& box) {
     Class& cls = LibraryMessage::registerClass();
     std::unique_ptr<Object> object = cls.createInstance();
     auto* message = dynamic_cast<LibraryMessage*>(object.get());
@@ -197,7 +199,7 @@ std::shared_ptr<LibraryMessage> Library::makeMessage(const Envelope& envelope) {
         return nullptr;
     object.release();
     std::shared_ptr<LibraryMessage> shared(message);
-    shared->bind(this, envelope, box->name, box->sharded);
+    shared->bind(this, envelope, box.name, box.sharded);
     return shared;
 }
 
@@ -212,8 +214,48 @@ MessageList Library::messagesInMailbox(const std::string& mailbox) {
     if (!box)
         return out;
     for (const auto& envelope : index_->messagesInMailbox(box->id))
-        if (auto m = makeMessage(envelope))
+        if (auto m = makeMessage(envelope, *box))
             out.push_back(std::move(m));
+    return out;
+}
+
+std::unordered_map<std::int64_t, std::string> Library::messagePaths(std::span<const std::int64_t> rowids) {
+    // Each mailbox's folder is worked out once; a path object per file would cost more than
+    // the query.
+    std::unordered_map<std::int64_t, std::pair<MailboxRecord, std::string>> boxes;
+    for (auto& box : index_->mailboxes()) {
+        std::string folder = layout_.mailboxFolder(box.name).native() + "/Messages/";
+        boxes.emplace(box.id, std::pair(std::move(box), std::move(folder)));
+    }
+    std::unordered_map<std::int64_t, std::string> out;
+    out.reserve(rowids.size());
+    for (const MessagePlace& place : index_->places(rowids)) {
+        const auto box = boxes.find(place.mailbox);
+        if (box == boxes.end())
+            continue;
+        const auto& [record, folder] = box->second;
+        if (record.sharded) {
+            out.emplace(place.rowid,
+                        layout_.messagePath(record.name, place.rowid, true, place.partial).native());
+            continue;
+        }
+        std::string path = folder;
+        path += std::to_string(place.rowid);
+        path += place.partial ? ".partial.emlx" : ".emlx";
+        out.emplace(place.rowid, std::move(path));
+    }
+    return out;
+}
+
+std::vector<std::shared_ptr<LibraryMessage>> Library::messages(std::span<const std::int64_t> rowids) {
+    std::unordered_map<std::int64_t, MailboxRecord> boxes;
+    for (auto& box : index_->mailboxes())
+        boxes.emplace(box.id, std::move(box));
+    std::vector<std::shared_ptr<LibraryMessage>> out;
+    for (const Envelope& envelope : index_->messages(rowids))
+        if (auto box = boxes.find(envelope.mailbox); box != boxes.end())
+            if (auto m = makeMessage(envelope, box->second))
+                out.push_back(std::move(m));
     return out;
 }
 
@@ -241,7 +283,7 @@ Result<std::shared_ptr<LibraryMessage>> Library::addMessage(const std::string& m
     if (!rowid)
         return rowid.error();
     envelope.rowid = rowid.value();
-    auto message = makeMessage(envelope);
+    auto message = makeMessage(envelope, *box);
     Dictionary plist = properties.mutableCopy();
     plist.set("date-received", unixSeconds(dateReceived));
     const std::string plistBytes = (*seams().plistData)(

@@ -84,6 +84,12 @@ public:
     // A new object for the stored message, or nullptr when there is none.
     std::shared_ptr<LibraryMessage> message(std::int64_t rowid);
     MessageList messagesInMailbox(const std::string& mailbox);
+    // New objects for those of the rows that are stored, read in one go, in no particular
+    // order: what a listing of many search hits needs.
+    std::vector<std::shared_ptr<LibraryMessage>> messages(std::span<const std::int64_t> rowids);
+    // The file of each of those rows that are stored (as their messages' path()), read in
+    // one go and without making message objects: what a plain listing of hits prints.
+    std::unordered_map<std::int64_t, std::string> messagePaths(std::span<const std::int64_t> rowids);
 
     // Stores a new message in `mailbox`; its file is written whole and atomically, its
     // property list holding `properties` (what the message brings from where it was:
@@ -179,6 +185,7 @@ public:
 private:
     Library(std::filesystem::path root, std::unique_ptr<EnvelopeIndex> index, FileLayer& files);
     std::shared_ptr<LibraryMessage> makeMessage(const Envelope& envelope);
+    std::shared_ptr<LibraryMessage> makeMessage(const Envelope& envelope, const MailboxRecord& box);
     void saveFlagsInIndex(std::span<const std::pair<std::int64_t, std::uint64_t>> rows);
     // After a replayed batch: the index takes the flags the named files now hold.
     void reloadFlagsFromFiles(const std::vector<std::string>& paths);
