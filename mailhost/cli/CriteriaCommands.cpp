@@ -132,6 +132,17 @@ int CriteriaCommands::find(const Context& c, const std::vector<std::string>& cri
         c.err << "lumetta: no mailbox named \"" << mailbox << "\" (see 'lumetta mailboxes')\n";
         return kFailed;
     }
+    // As a smart mailbox is listed: the metadata index answers every part it can, and
+    // only the messages it leaves are read. Without an index every message is.
+    if (library->metadata()) {
+        auto found = SmartMailboxQuery(compound).messages(*library, mailbox);
+        if (!found) {
+            c.err << "lumetta: " << found.error().message << "\n";
+            return kFailed;
+        }
+        MessageListing::print(c, found.value());
+        return 0;
+    }
     for (const auto& box : library->mailboxes())
         if (mailbox.empty() || box.name == mailbox)
             names.push_back(box.name);

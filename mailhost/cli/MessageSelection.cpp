@@ -95,6 +95,15 @@ platform::Result<MessageList> MessageSelection::resolve(Library& library) const 
             return failed("smart mailbox \"" + options_.smart + "\": " + messages.error().message);
         return std::move(messages.value());
     }
+    if (criteria_ && library.metadata()) {
+        // As `lumetta find` selects: the index answers the parts it can.
+        if (!options_.mailbox.empty() && !library.index().mailboxNamed(options_.mailbox))
+            return failed("no mailbox named \"" + options_.mailbox + "\" (see 'lumetta mailboxes')");
+        auto messages = SmartMailboxQuery(criteria_).messages(library, options_.mailbox);
+        if (!messages)
+            return failed("--where: " + messages.error().message);
+        return std::move(messages.value());
+    }
     auto scope = mailboxMessages(library);
     if (!scope || !criteria_)
         return scope;

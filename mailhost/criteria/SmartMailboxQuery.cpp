@@ -112,10 +112,8 @@ MessageList inListingOrder(Library& library, const RowSet& rows) {
     std::map<std::int64_t, std::size_t> position;
     for (const auto& box : library.mailboxes())
         position.emplace(box.id, position.size());
-    std::vector<std::shared_ptr<LibraryMessage>> found;
-    for (const std::int64_t row : rows)
-        if (auto m = library.message(row))
-            found.push_back(std::move(m));
+    const std::vector<std::int64_t> wanted(rows.begin(), rows.end());
+    std::vector<std::shared_ptr<LibraryMessage>> found = library.messages(wanted);
     auto key = [&](const std::shared_ptr<LibraryMessage>& m) {
         const Envelope& e = m->envelope();
         return std::tuple(position[e.mailbox], e.dateReceived, e.rowid);

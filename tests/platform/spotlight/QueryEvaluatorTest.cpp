@@ -217,6 +217,56 @@ TEST_F(QueryEvaluatorTest, BooleansAndTime) {
     });
 }
 
+// A query is one SQL statement with the terms the index cannot decide checked beforehand:
+// a count always agrees with the listing, whichever way each term was answered.
+TEST_F(QueryEvaluatorTest, CountsAgreeWithListings) {
+    const QueryEvaluator evaluator(*store);
+    for (const char* query :
+         {"kMDItemKeywords == \"Work\"cd", "kMDItemKeywords == \"work\"", "kMDItemComment == \"*invoice*\"cd",
+          "kMDItemSubject == \"*Apollo\"", "kMDItemTextContent == \"*day\"", "kMDItemProjects != \"*\"cd",
+          "!(kMDItemStarRating > 1) || kMDItemKeywords == \"Home\"", "false", "true"}) {
+        auto listed = evaluator.evaluate(query);
+        auto counted = evaluator.count(query);
+        ASSERT_TRUE(listed.ok() && counted.ok()) << query;
+        EXPECT_EQ(counted.value(), listed.value().size()) << query;
+    }
+    EXPECT_FALSE(evaluator.count("kMDItemKeywords == ").ok());
+}
+
+// Values the index settles on its own (plain ASCII, "*text*" under c and d) still follow
+// the full rule where an element goes beyond ASCII.
+TEST_F(QueryEvaluatorTest, IndexShortcutsKeepTheFullRule) {
+    ASSERT_TRUE(store->setAttribute("/m/6", "kMDItemKeywords", Array{"\u212A"}).ok()); // Kelvin sign: K
+    ASSERT_TRUE(store->setAttribute("/m/7", "kMDItemKeywords", Array{"k", "K "}).ok());
+    expectAll({
+        {"kMDItemKeywords == \"K\"", "/m/6"},
+        {"kMDItemKeywords == \"k\"", "/m/7"},
+        {"kMDItemKeywords == \"K\"c", "/m/6 /m/7"},
+        {"kMDItemKeywords == \"K \"", "/m/7"},
+        {"kMDItemKeywords == \"x\"d", "/m/5"},
+        {"kMDItemAuthors == \"*lovelace*\"cd", "/m/1"},
+        {"kMDItemAuthors == \"*A L\u00D6v*\"cd", "/m/1"},
+        {"kMDItemSubject == \"*\\*\"cd", ""},
+        // Inside one character (KA with its vowel sign) there is nothing to find.
+        {"kMDItemAuthors == \"*\u0915*\"cd", ""},
+        {"kMDItemAuthors == \"*\u0924*\"cd", "/m/4"},
+    });
+}
+
+// However long or deep a query is, it is answered: SQLite's limits on compound and nested
+// SELECTs are the evaluator's to work around.
+TEST_F(QueryEvaluatorTest, LongAndDeepQueries) {
+    std::string chain = "kMDItemStarRating == 5";
+    for (int i = 0; i < 600; ++i)
+        chain += " || kMDItemStarRating == " + std::to_string(100 + i);
+    chain += " || kMDItemStarRating == 1";
+    EXPECT_EQ(select(chain), "/m/2 /m/3");
+    std::string deep = "kMDItemStarRating > 2";
+    for (int i = 0; i < 60; ++i)
+        deep = "!(" + deep + ")" + (i % 2 ? " && true" : " || false");
+    EXPECT_EQ(select(deep), "/m/1 /m/3");
+}
+
 // A query that does not read selects nothing: it is an error.
 TEST_F(QueryEvaluatorTest, BadQueriesAreErrors) {
     for (const char* query :
