@@ -1,9 +1,12 @@
 #include "mailhost/mail/LibraryMessage.h"
 
 #include "mailhost/library/EmlxFile.h"
+#include "mailhost/library/RealFileLayer.h"
 #include "mailhost/mail/Library.h"
 #include "platform/runtime/Runtime.h"
 #include "platform/runtime/Seam.h"
+
+#include <fcntl.h>
 
 namespace mailhost {
 
@@ -57,6 +60,30 @@ platform::Result<std::string> LibraryMessage::messageBytes() const {
     if (!file)
         return file.error();
     return std::string(file.value().messageBytes());
+}
+
+platform::Result<std::string> LibraryMessage::headerBytes() const {
+    // Header blocks are a few kilobytes; the file's first read mostly holds all of it.
+    constexpr std::size_t kFirstRead = 16384;
+    FileLayer& files = RealFileLayer::instance();
+    if (auto fd = files.open(path(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC, 0)) {
+        std::string head(kFirstRead, '\0');
+        auto n = files.pread(fd.value(), head.data(), head.size(), 0);
+        files.close(fd.value());
+        if (n) {
+            head.resize(n.value());
+            if (auto line = EmlxFile::parseCountLine(head); line && line.value().length <= head.size()) {
+                std::string_view message = std::string_view(head).substr(line.value().length);
+                if (line.value().count < message.size())
+                    message = message.substr(0, static_cast<std::size_t>(line.value().count));
+                if (const std::size_t end = headerEnd(message); end != std::string_view::npos)
+                    return std::string(message.substr(0, end));
+            }
+        }
+    }
+    // A long header block, a message without a body, or a file that reads oddly: the
+    // whole read decides, and reports, as for the message itself.
+    return Message::headerBytes();
 }
 
 } // namespace mailhost

@@ -29,6 +29,8 @@ public:
     const std::filesystem::path& path() const;
 
     platform::Result<std::string> messageBytes() const override;
+    // Read from the start of the file only, when the header block lies there.
+    platform::Result<std::string> headerBytes() const override;
 
     static void hostDealloc(Object*, Sel) {}
 

@@ -38,7 +38,7 @@ std::string Message::subject() const {
 const MessageHeaders* Message::headers() const {
     if (!headersRead_) {
         headersRead_ = true;
-        if (auto bytes = messageBytes())
+        if (auto bytes = headerBytes())
             if (auto parsed = MessageHeaders::parse(bytes.value()))
                 headers_ = std::move(parsed.value());
     }
@@ -52,6 +52,25 @@ std::optional<std::string> Message::firstHeaderForKey(std::string_view name) con
 
 platform::Result<std::string> Message::messageBytes() const {
     return platform::makeError("this message has no stored bytes");
+}
+
+std::size_t Message::headerEnd(std::string_view bytes) {
+    for (std::size_t at = bytes.find('\n'); at != std::string_view::npos; at = bytes.find('\n', at + 1)) {
+        if (at + 1 < bytes.size() && bytes[at + 1] == '\n')
+            return at + 2;
+        if (at + 2 < bytes.size() && bytes[at + 1] == '\r' && bytes[at + 2] == '\n')
+            return at + 3;
+    }
+    return std::string_view::npos;
+}
+
+platform::Result<std::string> Message::headerBytes() const {
+    auto bytes = messageBytes();
+    if (!bytes)
+        return bytes;
+    if (const std::size_t end = headerEnd(bytes.value()); end != std::string_view::npos)
+        bytes.value().resize(end);
+    return bytes;
 }
 
 std::shared_ptr<Message> Message::sharedReference() {

@@ -38,6 +38,12 @@ public:
 
     // The raw message (no count line, no property list).
     virtual platform::Result<std::string> messageBytes() const;
+    // Its header block, up to and with the blank line that ends it (the whole message
+    // when there is none): all that headers() parses. Criteria on headers run over every
+    // message of a mailbox, and its body may be megabytes of attachments.
+    virtual platform::Result<std::string> headerBytes() const;
+    // Where the header block of `bytes` ends: after its blank line; npos without one.
+    static std::size_t headerEnd(std::string_view bytes);
 
     // The client's 64-bit flag word: bit 0 read, 1 deleted, 2 answered, 4 flagged,
     // 6 draft; bits the client does not know are kept as they are.
