@@ -12,8 +12,8 @@
 #include <algorithm>
 #include <iomanip>
 #include <set>
-#include <unordered_map>
 #include <unistd.h>
+#include <unordered_map>
 
 namespace mailhost {
 
