@@ -208,7 +208,7 @@ int MetadataCommands::reindex(const Context& c) {
             const std::string path = static_cast<const LibraryMessage&>(*message).path().string();
             // A file that can no longer be read loses its entry: what the index held of
             // it may be anything, and searches must not answer with it.
-            if (!library->indexMessageFileAt(path, box.name)) {
+            if (!library->indexer().indexMessageFileAt(path, box.name)) {
                 c.err << "lumetta: cannot read " << path << "\n";
                 ++unreadable;
                 continue;

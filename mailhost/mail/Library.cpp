@@ -3,16 +3,13 @@
 #include "mailhost/library/EmlxFile.h"
 #include "mailhost/library/MailboxName.h"
 #include "mailhost/library/WriteJournal.h"
+#include "mailhost/mail/LibrarySeams.h"
 #include "mailhost/mail/MessageEnvelope.h"
-#include "mailhost/mail/MessageMetadata.h"
 #include "platform/foundation/AtomicFile.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/NotificationCenter.h"
 #include "platform/foundation/PrivateFolder.h"
-#include "platform/foundation/PropertyList.h"
 #include "platform/foundation/Value.h"
-#include "platform/runtime/Runtime.h"
-#include "platform/runtime/Seam.h"
 
 #include <atomic>
 #include <mutex>
@@ -25,36 +22,8 @@ namespace fs = std::filesystem;
 using platform::Dictionary;
 using platform::Result;
 using platform::Value;
-using platform::runtime::Runtime;
-using platform::runtime::Seam;
 
 namespace {
-
-template <class Signature>
-Seam<Signature>* classSeam(Class& cls, const char* selector, typename Seam<Signature>::Imp imp) {
-    return new Seam<Signature>(cls, selector, imp, Seam<Signature>::Kind::ClassMethod);
-}
-
-struct Seams {
-    Class* cls = nullptr;
-    Seam<std::string(Class*, Message*)>* dataPath = nullptr;
-    Seam<std::string(Class*, Message*, int)>* dataPathType = nullptr;
-    Seam<std::shared_ptr<LibraryMessage>(Class*, std::int64_t)>* messageWithLibraryID = nullptr;
-    Seam<void(Class*, MessageList, Dictionary, Dictionary)>* flagsChanged = nullptr;
-    Seam<void(Class*)>* updateMessageFiles = nullptr;
-    Seam<std::string(Class*, Message*, std::string, std::string, std::string, double, std::string,
-                     std::string, std::uint64_t, Dictionary)>* plistData = nullptr;
-    Seam<bool(Class*, std::string, Message*, std::string_view, std::string)>* writeWithBody = nullptr;
-    Seam<bool(Class*, std::string, Message*, std::string_view)>* writeWithData = nullptr;
-    Seam<void(Class*, Message*)>* updateFile = nullptr;
-    Seam<std::optional<DuplicateMap>(Class*, MessageList, std::vector<std::string>, std::string,
-                                     std::uint64_t, std::uint64_t, bool)>* duplicate = nullptr;
-};
-
-Seams& seams() {
-    static Seams s;
-    return s;
-}
 
 std::atomic<Library*> currentLibrary{nullptr};
 
@@ -66,35 +35,7 @@ Value unixSeconds(double sinceReference) {
 } // namespace
 
 Class& Library::registerClass() {
-    Seams& s = seams();
-    Class& cls = Runtime::defineClass(kClassName);
-    if (s.cls)
-        return cls;
-    s.cls = &cls;
-    s.dataPath =
-        classSeam<std::string(Class*, Message*)>(cls, "dataPathForMessage:", &hostDataPathForMessage);
-    s.dataPathType = classSeam<std::string(Class*, Message*, int)>(
-        cls, "dataPathForMessage:type:", &hostDataPathForMessageType);
-    s.messageWithLibraryID = classSeam<std::shared_ptr<LibraryMessage>(Class*, std::int64_t)>(
-        cls, "messageWithLibraryID:", &hostMessageWithLibraryID);
-    s.flagsChanged = classSeam<void(Class*, MessageList, Dictionary, Dictionary)>(
-        cls, "flagsChangedForMessages:flags:oldFlagsByMessage:", &hostFlagsChanged);
-    s.updateMessageFiles = classSeam<void(Class*)>(cls, "updateMessageFiles", &hostUpdateMessageFiles);
-    s.plistData = classSeam<std::string(Class*, Message*, std::string, std::string, std::string, double,
-                                        std::string, std::string, std::uint64_t, Dictionary)>(
-        cls,
-        "plistDataForMessage:subject:sender:to:dateSent:remoteID:originalMailbox:flags:mergeWithDictionary:",
-        &hostPlistData);
-    s.writeWithBody = classSeam<bool(Class*, std::string, Message*, std::string_view, std::string)>(
-        cls, "_writeEmlxFile:forMessage:withBodyData:plistData:", &hostWriteEmlxWithBody);
-    s.writeWithData = classSeam<bool(Class*, std::string, Message*, std::string_view)>(
-        cls, "_writeEmlxFile:forMessage:withEmlxData:", &hostWriteEmlxWithData);
-    s.updateFile = classSeam<void(Class*, Message*)>(cls, "updateFileForMessage:", &hostUpdateFileForMessage);
-    s.duplicate = classSeam<std::optional<DuplicateMap>(Class*, MessageList, std::vector<std::string>,
-                                                        std::string, std::uint64_t, std::uint64_t, bool)>(
-        cls, "duplicateMessages:newRemoteIDs:forMailbox:setFlags:clearFlags:createNewCacheFiles:",
-        &hostDuplicateMessages);
-    return cls;
+    return LibrarySeams::define();
 }
 
 Library::Library(fs::path root, std::unique_ptr<EnvelopeIndex> index, FileLayer& files)
@@ -286,15 +227,15 @@ Result<std::shared_ptr<LibraryMessage>> Library::addMessage(const std::string& m
     auto message = makeMessage(envelope, *box);
     Dictionary plist = properties.mutableCopy();
     plist.set("date-received", unixSeconds(dateReceived));
-    const std::string plistBytes = (*seams().plistData)(
-        seams().cls, message.get(), envelope.subject, envelope.sender, envelope.recipients, envelope.dateSent,
-        std::string(), std::string(), flags, plist);
+    const std::string plistBytes = (*LibrarySeams::table().plistData)(
+        LibrarySeams::table().cls, message.get(), envelope.subject, envelope.sender, envelope.recipients,
+        envelope.dateSent, std::string(), std::string(), flags, plist);
     const std::string path = message->path().string();
     // A failure here shows as the write's.
     (void)platform::PrivateFolder::create(message->path().parent_path());
     FileWriteScope writing;
-    if (plistBytes.empty() ||
-        !(*seams().writeWithBody)(seams().cls, path, message.get(), bytes, plistBytes)) {
+    if (plistBytes.empty() || !(*LibrarySeams::table().writeWithBody)(LibrarySeams::table().cls, path,
+                                                                      message.get(), bytes, plistBytes)) {
         (void)index_->remove(envelope.rowid);
         return platform::makeError("cannot write " + path);
     }
@@ -342,105 +283,33 @@ Result<void> Library::BulkAdd::commit() {
     return {};
 }
 
-void Library::indexMessageFile(const std::string& path, std::string_view messageBytes,
-                               const std::string& mailbox, double dateReceived) {
-    if (!metadata_)
-        return;
-    const Dictionary attributes = MessageMetadata::hostAttributes(messageBytes, mailbox, dateReceived);
-    if (auto r = metadata_->replaceHostAttributes(path, attributes, MessageMetadata::hostAttributeNames());
-        !r)
-        platform::Log::line("Could not index " + path + ": " + r.error().message);
-}
-
-bool Library::indexMessageFileAt(const fs::path& path, const std::string& mailbox) {
-    if (!metadata_)
-        return true;
-    auto file = EmlxFile::read(path);
-    if (!file)
-        return false;
-    indexMessageFile(path.string(), file.value().messageBytes(), mailbox,
-                     MessageEnvelope::dateReceived(file.value().plist(), path));
-    return true;
-}
-
-void Library::announceIndexedFiles(const std::vector<std::string>& paths) {
-    if (paths.empty() || !metadata_)
-        return;
-    platform::Array list;
-    for (const std::string& path : paths)
-        list.add(path);
-    platform::NotificationCenter::defaultCenter().post(kMessageFilesIndexedNotification, this,
-                                                       Dictionary{{"paths", Value(list)}});
-}
-
-void Library::forgetMessageFile(const std::string& path) {
-    if (!metadata_)
-        return;
-    if (auto r = metadata_->removeItem(path); !r)
-        platform::Log::line("Could not remove " + path + " from the metadata index: " + r.error().message);
-}
-
 // ---- class methods through their seams ----
 
 std::string Library::dataPathForMessage(Message* message) {
-    return (*seams().dataPath)(seams().cls, message);
+    return (*LibrarySeams::table().dataPath)(LibrarySeams::table().cls, message);
 }
 
 std::string Library::dataPathForMessage(Message* message, int type) {
-    return (*seams().dataPathType)(seams().cls, message, type);
+    return (*LibrarySeams::table().dataPathType)(LibrarySeams::table().cls, message, type);
 }
 
 std::shared_ptr<LibraryMessage> Library::messageWithLibraryID(Class* cls, std::int64_t rowid) {
-    return (*seams().messageWithLibraryID)(cls ? cls : seams().cls, rowid);
+    return (*LibrarySeams::table().messageWithLibraryID)(cls ? cls : LibrarySeams::table().cls, rowid);
 }
 
 void Library::flagsChangedForMessages(const MessageList& messages) {
-    (*seams().flagsChanged)(seams().cls, messages, Dictionary(), Dictionary());
+    (*LibrarySeams::table().flagsChanged)(LibrarySeams::table().cls, messages, Dictionary(), Dictionary());
 }
 
 void Library::updateMessageFiles(Class* cls) {
-    (*seams().updateMessageFiles)(cls ? cls : seams().cls);
+    (*LibrarySeams::table().updateMessageFiles)(cls ? cls : LibrarySeams::table().cls);
 }
 
 std::optional<DuplicateMap> Library::duplicateMessages(const MessageList& messages,
                                                        const std::string& mailbox, std::uint64_t setFlags,
                                                        std::uint64_t clearFlags) {
-    return (*seams().duplicate)(seams().cls, messages, {}, mailbox, setFlags, clearFlags, true);
-}
-
-// ---- the host's implementations ----
-
-std::string Library::hostDataPathForMessage(Class*, Sel, Message* message) {
-    auto* stored = dynamic_cast<LibraryMessage*>(message);
-    return stored ? stored->path().string() : std::string();
-}
-
-std::string Library::hostDataPathForMessageType(Class*, Sel, Message* message, int type) {
-    auto* stored = dynamic_cast<LibraryMessage*>(message);
-    Library* library = current();
-    if (!stored || !library)
-        return {};
-    const auto& e = stored->envelope();
-    switch (type) {
-    case 1:
-        return library->layout()
-            .messagePath(stored->mailboxName(), e.rowid, stored->sharded(), true)
-            .string();
-    case 2:
-        return library->layout().messagePath(stored->mailboxName(), e.rowid, true, e.partial).string();
-    default:
-        return stored->path().string();
-    }
-}
-
-std::shared_ptr<LibraryMessage> Library::hostMessageWithLibraryID(Class*, Sel, std::int64_t rowid) {
-    Library* library = current();
-    return library ? library->message(rowid) : nullptr;
-}
-
-void Library::hostFlagsChanged(Class*, Sel, MessageList messages, Dictionary, Dictionary) {
-    if (Library* library = current())
-        library->markChanged(messages);
+    return (*LibrarySeams::table().duplicate)(LibrarySeams::table().cls, messages, {}, mailbox, setFlags,
+                                              clearFlags, true);
 }
 
 void Library::markChanged(const MessageList& messages) {
@@ -451,12 +320,6 @@ void Library::markChanged(const MessageList& messages) {
                 changed_[stored->libraryID()] = m;
     }
     platform::NotificationCenter::defaultCenter().post(kFlagsChangedNotification, this);
-}
-
-void Library::hostUpdateMessageFiles(Class*, Sel) {
-    if (Library* library = current())
-        if (auto written = library->writeChangedMessages(); !written)
-            platform::Log::line("Could not save messages: " + written.error().message);
 }
 
 namespace {
@@ -595,22 +458,23 @@ Result<std::size_t> Library::writeChangedMessages() {
         }
         // A file the client moved to one of its other places is searched for where it is.
         if (metadata_ && path != stored->path().string() && !metadata_->hasItem(path)) {
-            indexMessageFile(path, file.value().messageBytes(), stored->mailboxName(),
-                             stored->envelope().dateReceived);
-            forgetMessageFile(stored->path().string());
+            indexer_.indexMessageFile(path, file.value().messageBytes(), stored->mailboxName(),
+                                      stored->envelope().dateReceived);
+            indexer_.forgetMessageFile(stored->path().string());
         }
         Envelope e = stored->envelope();
         batch.flags = e.flags = mergedFlags(e.flags, stored->flags(), file.value());
         const EmlxFile& read = batch.files.insert_or_assign(path, std::move(file).value()).first->second;
-        const std::string plist =
-            (*seams().plistData)(seams().cls, stored, e.subject, e.sender, e.recipients, e.dateSent,
-                                 e.remoteID, std::string(), e.flags, read.plist().mutableCopy());
+        const std::string plist = (*LibrarySeams::table().plistData)(
+            LibrarySeams::table().cls, stored, e.subject, e.sender, e.recipients, e.dateSent, e.remoteID,
+            std::string(), e.flags, read.plist().mutableCopy());
         if (plist.empty()) {
             failures.push_back({rowid, path, "its property list could not be made"});
             continue;
         }
         const std::size_t before = batch.writes.size();
-        if (!(*seams().writeWithBody)(seams().cls, path, stored, read.messageBytes(), plist)) {
+        if (!(*LibrarySeams::table().writeWithBody)(LibrarySeams::table().cls, path, stored,
+                                                    read.messageBytes(), plist)) {
             failures.push_back({rowid, path, "it could not be written"});
             continue;
         }
@@ -668,22 +532,6 @@ Result<std::size_t> Library::writeChangedMessages() {
     return written;
 }
 
-std::string Library::hostPlistData(Class*, Sel, Message*, std::string, std::string, std::string,
-                                   double dateSent, std::string remoteID, std::string originalMailbox,
-                                   std::uint64_t flags, Dictionary merge) {
-    // The index holds subject, sender and recipients; the file keeps the client's
-    // own keys as they are, with the current flag word.
-    Dictionary plist = merge.mutableCopy();
-    plist.set("flags", Value::unsignedInteger(flags));
-    if (!remoteID.empty() && !plist.contains("remote-id"))
-        plist.set("remote-id", remoteID);
-    if (!originalMailbox.empty() && !plist.contains("original-mailbox"))
-        plist.set("original-mailbox", originalMailbox);
-    if (dateSent != 0 && !plist.contains("date-sent"))
-        plist.set("date-sent", unixSeconds(dateSent));
-    return platform::PropertyList::xml(plist).valueOr(std::string());
-}
-
 void Library::reloadFlagsFromFiles(const std::vector<std::string>& paths) {
     std::vector<std::pair<std::int64_t, std::uint64_t>> rows;
     for (const std::string& path : paths) {
@@ -703,114 +551,6 @@ void Library::saveFlagsInIndex(std::span<const std::pair<std::int64_t, std::uint
         return;
     if (auto indexed = index_->updateFlags(rows); !indexed)
         platform::Log::line("Could not save flags in the index: " + indexed.error().message);
-}
-
-bool Library::hostWriteEmlxWithBody(Class*, Sel, std::string path, Message* message, std::string_view body,
-                                    std::string plistData) {
-    Library* library = current();
-    // The message bytes are those already in the file: only the tail changes, in
-    // place, with the rest of the batch.
-    if (library && library->batch_) {
-        auto read = library->batch_->files.find(path);
-        auto* stored = dynamic_cast<LibraryMessage*>(message);
-        if (stored && read != library->batch_->files.end() && read->second.messageBytes() == body) {
-            const EmlxFile& file = read->second;
-            // Nothing to write when the file already holds this property list: a save
-            // that changes nothing must not cost a write, nor touch the file.
-            if (file.ok() && file.rawTail() == plistData)
-                return true;
-            auto site = TailSite::ofBytes(file.bytes(), file.tailOffset(), TailWriter::kKeepOldTail);
-            library->batch_->writes.push_back(
-                {path, file.tailOffset(), std::move(plistData),
-                 site ? std::optional<TailSite>(std::move(site).value()) : std::nullopt});
-            library->batch_->writeFlags.emplace_back(stored->libraryID(), library->batch_->flags);
-            return true;
-        }
-    }
-    const std::string count = std::to_string(body.size());
-    std::string whole = count + std::string(count.size() < 10 ? 10 - count.size() : 0, ' ') + "\n";
-    whole.append(body);
-    whole += plistData;
-    return (*seams().writeWithData)(seams().cls, path, message, whole);
-}
-
-bool Library::hostWriteEmlxWithData(Class*, Sel, std::string path, Message* message,
-                                    std::string_view emlxData) {
-    Library* library = current();
-    const bool flush = !(library && library->deferFlush_);
-    // A link in a message file's place is left alone rather than replaced: the message
-    // it stands for is not where the library expects it.
-    std::error_code ec;
-    if (fs::is_symlink(fs::symlink_status(path, ec))) {
-        platform::Log::line("Could not write " + path +
-                            ": it is a symbolic link, which is never followed here");
-        return false;
-    }
-    if (auto r = platform::AtomicFile::write(path, emlxData, flush); !r) {
-        platform::Log::line("Could not write " + path + ": " + r.error().message);
-        return false;
-    }
-    // A whole file was written, so its message may be new or changed: index it now, so
-    // that whoever adds attributes after the write (the tags) finds the item.
-    auto* stored = dynamic_cast<LibraryMessage*>(message);
-    if (library && stored) {
-        auto count = EmlxFile::parseCountLine(emlxData.substr(0, EmlxFile::kMaxCountLine));
-        if (count && count.value().length + count.value().count <= emlxData.size())
-            library->indexMessageFile(path, emlxData.substr(count.value().length, count.value().count),
-                                      stored->mailboxName(), stored->envelope().dateReceived);
-    }
-    return true;
-}
-
-void Library::hostUpdateFileForMessage(Class*, Sel, Message* message) {
-    Library* library = current();
-    auto* stored = dynamic_cast<LibraryMessage*>(message);
-    if (!library || !stored)
-        return;
-    library->markChanged({library->message(stored->libraryID())});
-    (void)library->writeChangedMessages();
-}
-
-} // namespace mailhost
-
-namespace mailhost {
-
-std::optional<DuplicateMap> Library::hostDuplicateMessages(Class*, Sel, MessageList messages,
-                                                           std::vector<std::string> newRemoteIDs,
-                                                           std::string mailbox, std::uint64_t setFlags,
-                                                           std::uint64_t clearFlags, bool) {
-    Library* library = current();
-    if (!library)
-        return std::nullopt;
-    DuplicateMap copies;
-    for (std::size_t i = 0; i < messages.size(); ++i) {
-        auto* source = dynamic_cast<LibraryMessage*>(messages[i].get());
-        if (!source)
-            continue;
-        auto file = EmlxFile::read(source->path());
-        if (!file) {
-            platform::Log::line("Could not copy message " + source->messageID() + ": " +
-                                file.error().message);
-            continue;
-        }
-        const std::uint64_t flags = (source->flags() | setFlags) & ~clearFlags;
-        auto copy =
-            library->addMessage(mailbox, file.value().messageBytes(), flags, source->envelope().dateReceived);
-        if (!copy) {
-            platform::Log::line("Could not copy message " + source->messageID() + ": " +
-                                copy.error().message);
-            continue;
-        }
-        if (i < newRemoteIDs.size() && !newRemoteIDs[i].empty()) {
-            Envelope e = copy.value()->envelope();
-            e.remoteID = newRemoteIDs[i];
-            (void)library->index().update(e);
-        }
-        copies.emplace_back(messages[i], copy.value());
-    }
-    if (copies.empty())
-        return std::nullopt;
-    return copies;
 }
 
 } // namespace mailhost

@@ -5,6 +5,7 @@
 #include "mailhost/library/IndexIntentLog.h"
 #include "mailhost/library/LibraryLayout.h"
 #include "mailhost/library/TailWriter.h"
+#include "mailhost/mail/LibraryIndexer.h"
 #include "mailhost/mail/LibraryMessage.h"
 #include "platform/foundation/Dictionary.h"
 #include "platform/foundation/Result.h"
@@ -67,16 +68,8 @@ public:
     // still works, only searches find nothing).
     platform::spotlight::MetadataStore* metadata() { return metadata_.get(); }
 
-    // Puts the client's own attributes of a message file into the metadata index (its
-    // other attributes stay), or takes the file's item out. Failures are logged: the
-    // files are what matters, and `lumetta reindex` rebuilds the index from them.
-    void indexMessageFile(const std::string& path, std::string_view messageBytes, const std::string& mailbox,
-                          double dateReceived);
-    void forgetMessageFile(const std::string& path);
-    // The same for a file already on disk; false when it cannot be read as a message file.
-    bool indexMessageFileAt(const std::filesystem::path& path, const std::string& mailbox);
-    // Posts kMessageFilesIndexedNotification for `paths` (nothing when there are none).
-    void announceIndexedFiles(const std::vector<std::string>& paths);
+    // What keeps the metadata index in line with the message files.
+    LibraryIndexer& indexer() { return indexer_; }
 
     platform::Result<MailboxRecord> createMailbox(const std::string& name);
     std::vector<MailboxRecord> mailboxes() const { return index_->mailboxes(); }
@@ -130,28 +123,6 @@ public:
                                                          std::uint64_t setFlags = 0,
                                                          std::uint64_t clearFlags = 0);
 
-    // The host's implementations of its replaceable class methods.
-    static std::string hostDataPathForMessage(Class*, Sel, Message* message);
-    static std::string hostDataPathForMessageType(Class*, Sel, Message* message, int type);
-    static std::shared_ptr<LibraryMessage> hostMessageWithLibraryID(Class*, Sel, std::int64_t rowid);
-    static void hostFlagsChanged(Class*, Sel, MessageList messages, platform::Dictionary flags,
-                                 platform::Dictionary oldFlags);
-    static void hostUpdateMessageFiles(Class*, Sel);
-    static std::string hostPlistData(Class*, Sel, Message* message, std::string subject, std::string sender,
-                                     std::string to, double dateSent, std::string remoteID,
-                                     std::string originalMailbox, std::uint64_t flags,
-                                     platform::Dictionary merge);
-    static bool hostWriteEmlxWithBody(Class*, Sel, std::string path, Message* message, std::string_view body,
-                                      std::string plistData);
-    static bool hostWriteEmlxWithData(Class*, Sel, std::string path, Message* message,
-                                      std::string_view emlxData);
-    static void hostUpdateFileForMessage(Class*, Sel, Message* message);
-    static std::optional<DuplicateMap> hostDuplicateMessages(Class*, Sel, MessageList messages,
-                                                             std::vector<std::string> newRemoteIDs,
-                                                             std::string mailbox, std::uint64_t setFlags,
-                                                             std::uint64_t clearFlags,
-                                                             bool createNewCacheFiles);
-
     // Writes every changed message now; the number of files written.
     platform::Result<std::size_t> writeChangedMessages();
     void markChanged(const MessageList& messages);
@@ -183,6 +154,9 @@ public:
     };
 
 private:
+    // The host's implementations of the seams work on the library's save in progress.
+    friend class LibrarySeams;
+
     Library(std::filesystem::path root, std::unique_ptr<EnvelopeIndex> index, FileLayer& files);
     std::shared_ptr<LibraryMessage> makeMessage(const Envelope& envelope);
     std::shared_ptr<LibraryMessage> makeMessage(const Envelope& envelope, const MailboxRecord& box);
@@ -213,6 +187,7 @@ private:
     LibraryLayout layout_;
     std::unique_ptr<EnvelopeIndex> index_;
     std::unique_ptr<platform::spotlight::MetadataStore> metadata_;
+    LibraryIndexer indexer_{*this};
     // Open while a BulkAdd is: the import's index entries commit with its envelopes.
     std::unique_ptr<platform::spotlight::MetadataStore::Transaction> metadataBatch_;
     TailWriter tailWriter_;

@@ -104,10 +104,10 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptLibrary(const fs::path& fo
             report.skipped.push_back(file.string() + ": " + inserted.error().message);
             continue;
         }
-        if (library.indexMessageFileAt(file, where->mailbox))
+        if (library.indexer().indexMessageFileAt(file, where->mailbox))
             indexed.push_back(file.string());
         if (++report.messages % 1000 == 0) {
-            library.announceIndexedFiles(std::exchange(indexed, {}));
+            library.indexer().announceIndexedFiles(std::exchange(indexed, {}));
             if (auto r = bulk->commit(); !r)
                 return r.error();
             bulk = std::make_unique<Library::BulkAdd>(library);
@@ -115,7 +115,7 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptLibrary(const fs::path& fo
                 progress(report.messages);
         }
     }
-    library.announceIndexedFiles(indexed);
+    library.indexer().announceIndexedFiles(indexed);
     if (auto r = bulk->commit(); !r)
         return r.error();
     report.mailboxes = boxes.size();
@@ -169,7 +169,7 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptMailbox(Library& library, 
             report.skipped.push_back(file.string() + ": " + written.error().message);
             continue;
         }
-        if (library.indexMessageFileAt(target, name))
+        if (library.indexer().indexMessageFileAt(target, name))
             indexed.push_back(target.string());
         // A partial message's attachments travel with it, under its new number.
         const fs::path attachments = folder / "Attachments" / std::to_string(rowid);
@@ -182,12 +182,12 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptMailbox(Library& library, 
         }
         ++report.messages;
         if (report.messages % 1000 == 0) {
-            library.announceIndexedFiles(std::exchange(indexed, {}));
+            library.indexer().announceIndexedFiles(std::exchange(indexed, {}));
             if (progress)
                 progress(report.messages);
         }
     }
-    library.announceIndexedFiles(indexed);
+    library.indexer().announceIndexedFiles(indexed);
     return report;
 }
 

@@ -109,14 +109,15 @@ void reindexFiles(Library& library, const std::map<std::int64_t, Envelope>& know
     platform::spotlight::MetadataStore::Transaction batch(*metadata);
     const LibraryLayout& layout = library.layout();
     for (std::int64_t rowid : gone)
-        library.forgetMessageFile(layout.messagePath(box.name, rowid, box.sharded, known.at(rowid).partial));
+        library.indexer().forgetMessageFile(
+            layout.messagePath(box.name, rowid, box.sharded, known.at(rowid).partial));
     std::vector<std::string> indexed;
     for (const Envelope& e : library.index().messagesInMailbox(box.id)) {
         const fs::path path = layout.messagePath(box.name, e.rowid, box.sharded, e.partial);
-        if (library.indexMessageFileAt(path, box.name))
+        if (library.indexer().indexMessageFileAt(path, box.name))
             indexed.push_back(path.string());
     }
-    library.announceIndexedFiles(indexed);
+    library.indexer().announceIndexedFiles(indexed);
     if (auto r = batch.commit(); !r)
         platform::Log::line("Could not save the metadata index of \"" + box.name +
                             "\": " + r.error().message);

@@ -32,7 +32,7 @@ std::shared_ptr<Message> failure(const std::string& why) {
 // store leaves the library as it was before.
 void discard(Library& library, const LibraryMessage& message) {
     (void)library.index().remove(message.libraryID());
-    library.forgetMessageFile(message.path().string());
+    library.indexer().forgetMessageFile(message.path().string());
     std::error_code ec;
     fs::remove(message.path(), ec);
 }
@@ -122,7 +122,7 @@ MessageWriter::hostCreateMessageByRemovingAttachments(Object*, Sel, std::shared_
     for (bool partial : {false, true}) {
         const fs::path old =
             layout.messagePath(original->mailboxName(), original->libraryID(), original->sharded(), partial);
-        library->forgetMessageFile(old.string());
+        library->indexer().forgetMessageFile(old.string());
         if (!fs::remove(old, ec) && ec)
             platform::Log::line("Could not remove " + old.string() + ": " + ec.message());
     }

@@ -3,7 +3,7 @@
 #include "lumetta/store/MessageTags.h"
 #include "lumetta/store/TagKeys.h"
 #include "mailhost/library/EmlxFile.h"
-#include "mailhost/library/FaultyFileLayer.h"
+#include "support/FaultyFileLayer.h"
 #include "mailhost/library/IndexIntentLog.h"
 #include "mailhost/library/RealFileLayer.h"
 #include "mailhost/library/WriteJournal.h"

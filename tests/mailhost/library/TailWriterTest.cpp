@@ -1,7 +1,7 @@
 #include "mailhost/library/TailWriter.h"
 
 #include "mailhost/library/EmlxFile.h"
-#include "mailhost/library/FaultyFileLayer.h"
+#include "support/FaultyFileLayer.h"
 #include "mailhost/library/TailSite.h"
 #include "mailhost/library/WriteJournal.h"
 #include "platform/foundation/Log.h"

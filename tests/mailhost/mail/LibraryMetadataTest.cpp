@@ -79,7 +79,7 @@ TEST_F(LibraryMetadataTest, OthersAttributesSurviveReindexing) {
     ASSERT_TRUE(library_->metadata()->setAttribute(path, MessageMetadata::kSubject, "stale").ok());
     ASSERT_TRUE(library_->metadata()->setAttribute(path, MessageMetadata::kAuthorAddresses, Array{"x"}).ok());
 
-    library_->indexMessageFile(path, "Subject: Changed\n\nhi\n", "INBOX", 817000000.0);
+    library_->indexer().indexMessageFile(path, "Subject: Changed\n\nhi\n", "INBOX", 817000000.0);
     const Dictionary a = attributesOf(path);
     EXPECT_EQ(a.get("kMDItemKeywords"), Value(Array{"Work"}));
     EXPECT_EQ(a.get(MessageMetadata::kSubject), Value("Changed"));

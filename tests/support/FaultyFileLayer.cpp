@@ -1,4 +1,4 @@
-#include "mailhost/library/FaultyFileLayer.h"
+#include "support/FaultyFileLayer.h"
 
 #include <algorithm>
 #include <cstring>
