@@ -6,7 +6,7 @@
 // and the sweep for deleted to-dos that a refresh asked for by hand adds.
 #include "lumetta/calendar/ICalRefreshPass.h"
 #include "lumetta/calendar/LumettaICalToDo.h"
-#include "lumetta/core/CategoryLoader.h"
+#include "lumetta/startup/CategoryLoader.h"
 #include "lumetta/store/BulkTagChange.h"
 #include "mailhost/HostClasses.h"
 #include "mailhost/mail/Library.h"

@@ -3,7 +3,7 @@
 // actions (a project, keywords, a priority, a due date and a dated note), the tags
 // written into the message files and mirrored into the metadata index. Should manage
 // 1,000 messages a second.
-#include "lumetta/core/CategoryLoader.h"
+#include "lumetta/startup/CategoryLoader.h"
 #include "lumetta/store/TagKeys.h"
 #include "mailhost/HostClasses.h"
 #include "mailhost/criteria/CriterionSyntax.h"

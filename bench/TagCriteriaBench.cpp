@@ -2,7 +2,7 @@
 // "Work", priority above 2, due within a week) answered from the metadata index (should
 // take under 100 ms over 100,000 messages), and the same criteria evaluated in memory
 // over 100,000 messages whose tags are already loaded, as rules do (under 200 ms).
-#include "lumetta/core/CategoryLoader.h"
+#include "lumetta/startup/CategoryLoader.h"
 #include "lumetta/criteria/LibraryCriterionFixing.h"
 #include "lumetta/criteria/TagCriterionTypes.h"
 #include "lumetta/store/MessageTags.h"

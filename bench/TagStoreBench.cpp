@@ -4,7 +4,7 @@
 // one keyword on a large selection through the bulk-change protocol, files written
 // through the journal (should manage 10,000 messages a second), with the metadata
 // index mirrored as the tags change.
-#include "lumetta/core/CategoryLoader.h"
+#include "lumetta/startup/CategoryLoader.h"
 #include "lumetta/store/BulkTagChange.h"
 #include "lumetta/store/MessageTags.h"
 #include "lumetta/store/TagKeys.h"

@@ -3,7 +3,7 @@
 // metadata index updated (should manage 5,000 messages a second). Measured twice: on
 // messages whose records are already in memory, and on fresh message objects whose
 // records are first read from their files, as a command-line call starts.
-#include "lumetta/core/CategoryLoader.h"
+#include "lumetta/startup/CategoryLoader.h"
 #include "mailhost/HostClasses.h"
 #include "mailhost/mail/Library.h"
 #include "mailhost/viewer/MessageViewer.h"

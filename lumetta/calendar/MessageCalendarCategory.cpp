@@ -2,6 +2,7 @@
 
 #include "lumetta/calendar/ICalAlarmTime.h"
 #include "lumetta/calendar/LumettaICalToDo.h"
+#include "lumetta/store/LibraryTagPersistence.h"
 #include "lumetta/store/MessageTags.h"
 #include "lumetta/store/TagKeys.h"
 #include "mailhost/mail/Library.h"
@@ -44,6 +45,8 @@ void MessageCalendarCategory::load() {
     platform::runtime::Class* cls = platform::runtime::Runtime::classNamed(Message::kClassName);
     if (!cls)
         return;
+    LibraryTagPersistence::setToDoURLSetter(
+        [](const std::string& uid, const std::string& url) { LumettaICalToDo(uid).setURL(url); });
     cls->addInstanceMethod(CalendarSelectors::kCreateToDo, &lumettaCreateNewICalToDoInCalendar);
     cls->addInstanceMethod(CalendarSelectors::kDeleteToDo, &lumettaDeleteToDoInICal);
     cls->addInstanceMethod(CalendarSelectors::kDeleteToDoReportingProblem,

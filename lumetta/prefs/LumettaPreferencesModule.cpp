@@ -1,9 +1,9 @@
 #include "lumetta/prefs/LumettaPreferencesModule.h"
 
-#include "lumetta/core/LumettaBundle.h"
+#include "lumetta/core/LumettaStrings.h"
+#include "lumetta/core/PluginBundle.h"
 #include "lumetta/prefs/ImmutableToMutableArrayOfObjectsTransformer.h"
 #include "lumetta/prefs/PreferenceLists.h"
-#include "lumetta/viewer/LumettaStrings.h"
 #include "platform/foundation/Format.h"
 #include "platform/foundation/UserDefaults.h"
 #include "platform/runtime/Bundle.h"
@@ -51,8 +51,7 @@ Control* controlImp(Object* self, Sel) {
 }
 
 std::string version() {
-    const auto* cls = platform::runtime::Runtime::classNamed(LumettaBundle::kClassName);
-    const platform::runtime::Bundle* bundle = cls ? platform::runtime::Bundle::bundleForClass(cls) : nullptr;
+    const platform::runtime::Bundle* bundle = PluginBundle::find();
     return bundle ? bundle->version() : std::string();
 }
 

@@ -1,8 +1,8 @@
 #include "lumetta/rules/MessageRuleTagActions.h"
 
 #include "lumetta/core/AttachedStateCategories.h"
-#include "lumetta/core/LumettaBundle.h"
 #include "lumetta/core/MethodReplacement.h"
+#include "lumetta/core/PluginBundle.h"
 #include "lumetta/rules/RuleActionKeys.h"
 #include "lumetta/rules/RuleTagPlan.h"
 #include "lumetta/store/MessageTags.h"
@@ -49,8 +49,7 @@ std::optional<Dictionary>* slotOf(rt::Object* self) {
 }
 
 std::string dateToken() {
-    const rt::Class* cls = rt::Runtime::classNamed(LumettaBundle::kClassName);
-    const rt::Bundle* bundle = cls ? rt::Bundle::bundleForClass(cls) : nullptr;
+    const rt::Bundle* bundle = PluginBundle::find();
     return bundle ? bundle->localizedString("$date", "$date", "LumettaStrings") : std::string("$date");
 }
 

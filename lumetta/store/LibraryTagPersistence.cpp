@@ -1,6 +1,5 @@
 #include "lumetta/store/LibraryTagPersistence.h"
 
-#include "lumetta/calendar/LumettaICalToDo.h"
 #include "lumetta/core/DebugLogging.h"
 #include "lumetta/core/MethodReplacement.h"
 #include "lumetta/store/EmlxTailReader.h"
@@ -70,18 +69,22 @@ void updateSpotlight(const Dictionary& tags, Message* message, const std::string
 // A linked to-do follows its message: the host just wrote the message's file here. A
 // writer thread hands the change to the main thread and goes on: the main thread may be
 // waiting for that very writer, and waiting for the main thread in turn would hang both.
+// The calendar subsystem says how a to-do is pointed at a url; without it (a host with
+// no calendar link) a write leaves the to-do as it is.
+LibraryTagPersistence::ToDoURLSetter toDoURLSetter = nullptr;
+
 void pointToDoAt(const Value& uid, const std::string& path) {
     const std::string* id = uid.string();
-    if (!id)
+    if (!id || !toDoURLSetter)
         return;
     std::string url = "file://" + path;
     platform::RunLoop* loop = platform::RunLoop::main();
     if (loop && !loop->isMainThread()) {
-        loop->performOnMainThread([id = *id, url = std::move(url)] { LumettaICalToDo(id).setURL(url); },
+        loop->performOnMainThread([id = *id, url = std::move(url), set = toDoURLSetter] { set(id, url); },
                                   false);
         return;
     }
-    LumettaICalToDo(*id).setURL(url);
+    toDoURLSetter(*id, url);
 }
 
 template <class Imp>
@@ -91,6 +94,10 @@ Imp replaceLibraryMethod(platform::runtime::Class& cls, const char* host, const 
 }
 
 } // namespace
+
+void LibraryTagPersistence::setToDoURLSetter(ToDoURLSetter setter) {
+    toDoURLSetter = setter;
+}
 
 void LibraryTagPersistence::load() {
     storedClass = platform::runtime::Runtime::classNamed(LibraryMessage::kClassName);

@@ -27,6 +27,12 @@ public:
     // Adds the class methods below to "Library" and replaces the host's write hooks.
     static void load();
 
+    // How the to-do linked to a message is pointed at the message's file after a write
+    // (uid, "file://" url). The calendar subsystem sets it at load: the store sits below
+    // the calendar and only hands over what changed.
+    using ToDoURLSetter = void (*)(const std::string& uid, const std::string& url);
+    static void setToDoURLSetter(ToDoURLSetter setter);
+
     // The raw property-list bytes of a stored or loose message's file; nullopt for
     // other messages and for files that cannot be read or do not fit.
     static std::optional<std::string> lumettaMetaDataFromEmlxFile(Class*, Sel, std::string path,

@@ -1,7 +1,7 @@
 #include "lumetta/viewer/MenuCommands.h"
 
 #include "lumetta/viewer/BulkTagCommands.h"
-#include "lumetta/viewer/LumettaStrings.h"
+#include "lumetta/core/LumettaStrings.h"
 #include "mailhost/viewer/Menu.h"
 #include "platform/foundation/Value.h"
 #include "platform/runtime/Send.h"

@@ -1,6 +1,6 @@
 #include "lumetta/viewer/NoteText.h"
 
-#include "lumetta/viewer/LumettaStrings.h"
+#include "lumetta/core/LumettaStrings.h"
 #include "platform/foundation/CalendarDateFormatter.h"
 #include "platform/foundation/UserDefaults.h"
 

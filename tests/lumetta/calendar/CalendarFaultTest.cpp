@@ -1,7 +1,7 @@
 #include "EndToEndSupport.h"
 #include "lumetta/calendar/ICalRefreshPass.h"
 #include "lumetta/calendar/LumettaICalToDo.h"
-#include "lumetta/core/CategoryLoader.h"
+#include "lumetta/startup/CategoryLoader.h"
 #include "lumetta/core/MethodReplacement.h"
 #include "lumetta/store/BulkTagChange.h"
 #include "lumetta/store/MessageTags.h"

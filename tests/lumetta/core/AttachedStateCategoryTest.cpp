@@ -1,5 +1,5 @@
 #include "lumetta/core/AttachedStateCategories.h"
-#include "lumetta/core/CategoryLoader.h"
+#include "lumetta/startup/CategoryLoader.h"
 #include "platform/foundation/NotificationCenter.h"
 #include "platform/foundation/Value.h"
 #include "platform/runtime/Runtime.h"

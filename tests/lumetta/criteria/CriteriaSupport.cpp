@@ -1,6 +1,6 @@
 #include "CriteriaSupport.h"
 
-#include "lumetta/core/CategoryLoader.h"
+#include "lumetta/startup/CategoryLoader.h"
 #include "lumetta/store/MessageTags.h"
 #include "mailhost/HostClasses.h"
 #include "platform/foundation/UserDefaults.h"

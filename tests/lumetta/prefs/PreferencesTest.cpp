@@ -1,4 +1,4 @@
-#include "lumetta/core/CategoryLoader.h"
+#include "lumetta/startup/CategoryLoader.h"
 #include "lumetta/prefs/ImmutableToMutableArrayOfObjectsTransformer.h"
 #include "lumetta/prefs/LumettaPreferencesModule.h"
 #include "mailhost/HostClasses.h"

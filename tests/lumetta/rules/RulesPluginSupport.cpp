@@ -1,6 +1,6 @@
 #include "RulesPluginSupport.h"
 
-#include "lumetta/core/CategoryLoader.h"
+#include "lumetta/startup/CategoryLoader.h"
 #include "lumetta/store/BulkTagChange.h"
 #include "lumetta/store/MessageTags.h"
 #include "mailhost/HostClasses.h"

@@ -1,6 +1,6 @@
 #include "TagStoreSupport.h"
 
-#include "lumetta/core/CategoryLoader.h"
+#include "lumetta/startup/CategoryLoader.h"
 #include "mailhost/HostClasses.h"
 #include "mailhost/library/EmlxFile.h"
 #include "platform/foundation/UserDefaults.h"

@@ -1,6 +1,6 @@
 #include "ViewerSupport.h"
 
-#include "lumetta/core/CategoryLoader.h"
+#include "lumetta/startup/CategoryLoader.h"
 #include "mailhost/HostClasses.h"
 #include "mailhost/library/EmlxFile.h"
 #include "mailhost/viewer/DialogAnswers.h"

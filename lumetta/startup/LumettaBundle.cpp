@@ -1,4 +1,4 @@
-#include "lumetta/core/LumettaBundle.h"
+#include "lumetta/startup/LumettaBundle.h"
 
 #include "lumetta/calendar/ICalRefreshPass.h"
 #include "lumetta/calendar/LumettaICalToDo.h"

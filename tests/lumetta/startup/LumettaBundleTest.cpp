@@ -1,6 +1,6 @@
-#include "lumetta/core/LumettaBundle.h"
+#include "lumetta/startup/LumettaBundle.h"
 
-#include "lumetta/core/CategoryLoader.h"
+#include "lumetta/startup/CategoryLoader.h"
 #include "lumetta/core/LumettaDefaults.h"
 #include "lumetta/viewer/LumettaExtraDialogsOwner.h"
 #include "mailhost/HostClasses.h"

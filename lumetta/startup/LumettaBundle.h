@@ -1,6 +1,7 @@
 #pragma once
 
 #include "lumetta/calendar/LumettaICalToDo.h"
+#include "lumetta/core/PluginBundle.h"
 #include "mailhost/bundle/MVMailBundle.h"
 #include "platform/foundation/Lock.h"
 #include "platform/foundation/Notification.h"
@@ -25,7 +26,7 @@ class MenuItem;
 // periodic calendar refresh.
 class LumettaBundle : public mailhost::MVMailBundle {
 public:
-    static constexpr const char* kClassName = "LumettaBundle";
+    static constexpr const char* kClassName = PluginBundle::kPrincipalClassName;
     static constexpr const char* kPrefVersion = "1.2.0";
 
     explicit LumettaBundle(Class* cls) : MVMailBundle(cls) {}

@@ -1,6 +1,6 @@
 // The entry point the host calls right after loading the module.
-#include "lumetta/core/CategoryLoader.h"
-#include "lumetta/core/LumettaBundle.h"
+#include "lumetta/startup/CategoryLoader.h"
+#include "lumetta/startup/LumettaBundle.h"
 #include "platform/runtime/Bundle.h"
 #include "platform/runtime/Runtime.h"
 
