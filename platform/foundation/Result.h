@@ -52,4 +52,39 @@ inline Error makeError(std::string message, int code = 0) {
     return Error{std::move(message), code};
 }
 
+namespace detail {
+template <class T> T takeValue(Result<T>&& result) {
+    return std::move(result).value();
+}
+inline void takeValue(Result<void>&&) {}
+} // namespace detail
+
 } // namespace platform
+
+// Propagation of failures without the hand-written `if (!r) return r.error();`.
+//
+//   auto tokens = LUMETTA_TRY(QueryLexer::tokenize(query));   // the value, or return the error
+//   LUMETTA_TRY_VOID(file.write(bytes));                      // success, or return the error
+//
+// Both evaluate their expression exactly once and, on failure, return its Error unchanged (message
+// and code) from the enclosing function, whose return type must be constructible from an Error
+// (any Result). Use them only where the error is passed on as it is: an error that needs more
+// context ("cannot save " + name) is still written out by hand. LUMETTA_TRY is a GCC/Clang
+// statement expression; the result it names is a copy when the expression is a named Result.
+#define LUMETTA_TRY_CONCAT_(a, b) a##b
+#define LUMETTA_TRY_NAME_(n) LUMETTA_TRY_CONCAT_(lumettaTried_, n)
+#define LUMETTA_TRY_IMPL_(expr, name)                                                                        \
+    __extension__({                                                                                          \
+        auto name = (expr);                                                                                  \
+        if (!name)                                                                                           \
+            return name.error();                                                                             \
+        ::platform::detail::takeValue(std::move(name));                                                      \
+    })
+#define LUMETTA_TRY(expr) LUMETTA_TRY_IMPL_(expr, LUMETTA_TRY_NAME_(__COUNTER__))
+
+// For a Result<void>, or a Result whose value the caller does not need: a plain statement.
+#define LUMETTA_TRY_VOID(expr)                                                                               \
+    do {                                                                                                     \
+        if (auto lumettaTriedVoid_ = (expr); !lumettaTriedVoid_)                                             \
+            return lumettaTriedVoid_.error();                                                                \
+    } while (0)
