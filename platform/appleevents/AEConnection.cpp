@@ -86,11 +86,9 @@ Result<void> AEConnection::send(std::string_view bytes, const AEDeadline& deadli
 Result<AEFrame> AEConnection::receive(const AEDeadline& deadline) {
     char chunk[16384];
     for (;;) {
-        auto taken = AEFrame::take(buffer_);
-        if (!taken)
-            return taken.error();
-        if (taken.value())
-            return std::move(*taken.value());
+        auto taken = LUMETTA_TRY(AEFrame::take(buffer_));
+        if (taken)
+            return std::move(*taken);
         const ssize_t n = ::recv(fd_.get(), chunk, sizeof chunk, 0);
         if (n > 0) {
             buffer_.append(chunk, static_cast<std::size_t>(n));

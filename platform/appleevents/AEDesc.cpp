@@ -56,10 +56,8 @@ AEDesc AEDesc::text(std::string_view bytes) {
 }
 
 Result<AEDesc> AEDesc::macRomanText(std::string_view utf8) {
-    auto encoded = MacRoman::encode(utf8);
-    if (!encoded)
-        return encoded.error();
-    return atomic(typeChar, std::move(encoded.value()));
+    auto encoded = LUMETTA_TRY(MacRoman::encode(utf8));
+    return atomic(typeChar, std::move(encoded));
 }
 
 AEDesc AEDesc::utf8Text(std::string_view utf8) {

@@ -204,8 +204,7 @@ std::string AEFlattener::flatten(const AppleEvent& event) {
 }
 
 Result<AEDesc> AEFlattener::unflattenDesc(std::string_view bytes) {
-    if (auto sized = checkSize(bytes); !sized)
-        return sized.error();
+    LUMETTA_TRY_VOID(checkSize(bytes));
     Reader reader(bytes);
     AEDesc desc;
     if (reader.desc(desc, 1) && !reader.atEnd())
@@ -216,8 +215,7 @@ Result<AEDesc> AEFlattener::unflattenDesc(std::string_view bytes) {
 }
 
 Result<AppleEvent> AEFlattener::unflattenEvent(std::string_view bytes) {
-    if (auto sized = checkSize(bytes); !sized)
-        return sized.error();
+    LUMETTA_TRY_VOID(checkSize(bytes));
     if (bytes.substr(0, 4) != std::string_view(kEventMagic, 4))
         return corrupt("the bytes are not an event");
     Reader reader(bytes.substr(4));

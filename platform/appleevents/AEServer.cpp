@@ -44,12 +44,9 @@ struct AEServer::Client {
 
 Result<std::unique_ptr<AEServer>> AEServer::listen(std::string_view bundleIdentifier,
                                                    AEEventHandler handler) {
-    auto path = AESocketPath::forBundleIdentifier(bundleIdentifier);
-    if (!path)
-        return path.error();
-    if (auto folder = AESocketPath::ensureFolder(); !folder)
-        return folder.error();
-    return listenAt(path.value(), std::move(handler));
+    auto path = LUMETTA_TRY(AESocketPath::forBundleIdentifier(bundleIdentifier));
+    LUMETTA_TRY_VOID(AESocketPath::ensureFolder());
+    return listenAt(path, std::move(handler));
 }
 
 Result<std::unique_ptr<AEServer>> AEServer::listenAt(const std::filesystem::path& socketPath,

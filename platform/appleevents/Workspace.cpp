@@ -73,14 +73,8 @@ Result<void> Workspace::launchAppWithBundleIdentifier(std::string_view bundleIde
     if (AESocketTransport::answers(socket.value()))
         return {};
 
-    const auto application = ApplicationRegistry::lookUp(bundleIdentifier);
-    if (!application)
-        return application.error();
-    const auto started =
-        DetachedProcess::spawn(application.value().executable, application.value().arguments);
-    if (!started)
-        return started.error();
-    const pid_t pid = started.value();
+    const auto application = LUMETTA_TRY(ApplicationRegistry::lookUp(bundleIdentifier));
+    const pid_t pid = LUMETTA_TRY(DetachedProcess::spawn(application.executable, application.arguments));
     if (launchIdentifier != nullptr)
         *launchIdentifier = platform::Value(static_cast<long long>(pid));
     if ((options & NSWorkspaceLaunchAsync) != 0)

@@ -83,10 +83,7 @@ int hexValue(char c) {
 } // namespace
 
 Result<std::string> MacRoman::encode(std::string_view utf8) {
-    auto utf16 = utf16FromUtf8(utf8);
-    if (!utf16) {
-        return utf16.error();
-    }
+    auto utf16 = LUMETTA_TRY(utf16FromUtf8(utf8));
     // The encoding only has precomposed accented letters, so decomposed input (as some
     // file systems store names) must be composed first.
     UErrorCode status = U_ZERO_ERROR;
@@ -94,25 +91,21 @@ Result<std::string> MacRoman::encode(std::string_view utf8) {
     if (U_FAILURE(status)) {
         return makeError(std::string("Unicode normalisation data is unavailable: ") + u_errorName(status));
     }
-    const icu::UnicodeString composed = nfc->normalize(utf16.value(), status);
+    const icu::UnicodeString composed = nfc->normalize(utf16, status);
     if (U_FAILURE(status)) {
         return makeError(std::string("the text cannot be normalised: ") + u_errorName(status));
     }
 
-    auto converter = openConverter();
-    if (!converter) {
-        return converter.error();
-    }
+    auto converter = LUMETTA_TRY(openConverter());
     // One byte per character at most; the extra byte leaves room for ICU's terminator.
     std::string bytes(static_cast<std::size_t>(composed.length()) + 1, '\0');
-    const int32_t written =
-        ucnv_fromUChars(converter.value().get(), bytes.data(), static_cast<int32_t>(bytes.size()),
-                        composed.getBuffer(), composed.length(), &status);
+    const int32_t written = ucnv_fromUChars(converter.get(), bytes.data(), static_cast<int32_t>(bytes.size()),
+                                            composed.getBuffer(), composed.length(), &status);
     if (status == U_INVALID_CHAR_FOUND || status == U_ILLEGAL_CHAR_FOUND) {
         char16_t invalid[4];
         int8_t invalidLength = static_cast<int8_t>(std::size(invalid));
         UErrorCode ignored = U_ZERO_ERROR;
-        ucnv_getInvalidUChars(converter.value().get(), invalid, &invalidLength, &ignored);
+        ucnv_getInvalidUChars(converter.get(), invalid, &invalidLength, &ignored);
         if (U_SUCCESS(ignored) && invalidLength > 0) {
             UChar32 c = 0;
             int32_t offset = 0;
@@ -132,17 +125,13 @@ Result<std::string> MacRoman::decode(std::string_view bytes) {
     if (bytes.size() > INT32_MAX / 2) {
         return makeError("data too long to convert from Mac OS Roman");
     }
-    auto converter = openConverter();
-    if (!converter) {
-        return converter.error();
-    }
+    auto converter = LUMETTA_TRY(openConverter());
     const auto length = static_cast<int32_t>(bytes.size());
     icu::UnicodeString text;
     // Every Mac OS Roman byte is one BMP character.
     char16_t* buffer = text.getBuffer(length + 1);
     UErrorCode status = U_ZERO_ERROR;
-    const int32_t written =
-        ucnv_toUChars(converter.value().get(), buffer, length + 1, bytes.data(), length, &status);
+    const int32_t written = ucnv_toUChars(converter.get(), buffer, length + 1, bytes.data(), length, &status);
     text.releaseBuffer(U_SUCCESS(status) ? written : 0);
     if (U_FAILURE(status)) {
         return makeError(std::string("the data is not Mac OS Roman: ") + u_errorName(status));
@@ -153,11 +142,8 @@ Result<std::string> MacRoman::decode(std::string_view bytes) {
 }
 
 Result<std::string> MacRoman::percentEscape(std::string_view utf8) {
-    auto bytes = encode(utf8);
-    if (!bytes) {
-        return bytes.error();
-    }
-    return percentEscapeBytes(bytes.value());
+    auto bytes = LUMETTA_TRY(encode(utf8));
+    return percentEscapeBytes(bytes);
 }
 
 std::string MacRoman::percentEscapeBytes(std::string_view bytes) {
@@ -180,11 +166,8 @@ std::string MacRoman::percentEscapeBytes(std::string_view bytes) {
 Result<std::string> MacRoman::percentUnescape(std::string_view escaped) {
     // Unescaped characters stand for their own Mac OS Roman bytes; ASCII, and so every
     // escape sequence, comes through the encoding unchanged.
-    auto bytes = encode(escaped);
-    if (!bytes) {
-        return bytes.error();
-    }
-    const std::string& in = bytes.value();
+    auto bytes = LUMETTA_TRY(encode(escaped));
+    const std::string& in = bytes;
     std::string raw;
     raw.reserve(in.size());
     for (std::size_t i = 0; i < in.size(); ++i) {

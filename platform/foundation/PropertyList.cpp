@@ -112,8 +112,7 @@ Result<Value> PropertyList::parse(std::span<const std::uint8_t> bytes) {
             .read();
 
     // Binary lists go through libplist, behind a check of their structure.
-    if (auto checked = PropertyListGuard(kMaxDepth, kMaxObjects).checkBinary(bytes); !checked)
-        return checked.error();
+    LUMETTA_TRY_VOID(PropertyListGuard(kMaxDepth, kMaxObjects).checkBinary(bytes));
     plist_t root = nullptr;
     plist_from_bin(reinterpret_cast<const char*>(bytes.data()), static_cast<std::uint32_t>(bytes.size()),
                    &root);

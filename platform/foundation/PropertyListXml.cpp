@@ -202,8 +202,7 @@ Result<std::string> PropertyList::xml(const Value& value) {
     std::string out;
     out.reserve(1024);
     out += kHeader;
-    if (auto r = appendValue(out, value, 0); !r)
-        return r.error();
+    LUMETTA_TRY_VOID(appendValue(out, value, 0));
     out += kFooter;
     return out;
 }

@@ -267,20 +267,16 @@ Result<Value> PropertyListXmlReader::readScalar(const Tag& tag) {
     const std::string_view name = tag.name;
     if (name == "true" || name == "false") {
         if (!tag.empty) {
-            auto text = readText(name);
-            if (!text)
-                return text.error();
-            if (!trim(text.value()).empty())
+            const auto text = LUMETTA_TRY(readText(name));
+            if (!trim(text).empty())
                 return fail("text inside <" + std::string(name) + ">");
         }
         return Value(name == "true");
     }
     std::string text;
     if (!tag.empty) {
-        auto read = readText(name);
-        if (!read)
-            return read.error();
-        text = std::move(read.value());
+        auto read = LUMETTA_TRY(readText(name));
+        text = std::move(read);
     }
     if (name == "string")
         return Value(std::move(text));
@@ -354,10 +350,8 @@ Result<Value> PropertyListXmlReader::read() {
                 return fail("<key> outside a dictionary");
             std::string key;
             if (!t.empty) {
-                auto text = readText("key");
-                if (!text)
-                    return text.error();
-                key = std::move(text.value());
+                auto text = LUMETTA_TRY(readText("key"));
+                key = std::move(text);
             }
             stack.back().key = std::move(key);
             stack.back().haveKey = true;
@@ -372,10 +366,8 @@ Result<Value> PropertyListXmlReader::read() {
                 stack.push_back(Frame{t.name == "dict", Array(), Dictionary(), std::string(), false});
             }
         } else {
-            auto scalar = readScalar(t);
-            if (!scalar)
-                return scalar.error();
-            completed = std::move(scalar.value());
+            auto scalar = LUMETTA_TRY(readScalar(t));
+            completed = std::move(scalar);
             haveValue = true;
         }
 
@@ -402,10 +394,8 @@ Result<Value> PropertyListXmlReader::read() {
     }
 
     if (inPlist) {
-        auto end = readTag();
-        if (!end)
-            return end.error();
-        if (!end.value().closing || end.value().name != "plist")
+        auto end = LUMETTA_TRY(readTag());
+        if (!end.closing || end.name != "plist")
             return fail("expected </plist>");
     }
     if (!skipMisc() || pos_ != text_.size())

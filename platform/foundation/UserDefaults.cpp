@@ -91,10 +91,8 @@ Result<void> UserDefaults::writeDomainLocked(const Dictionary& values, std::stri
         Log::line("UserDefaults: " + path.string() + " was not a readable property list; moved to " +
                   aside.string());
     }
-    auto xml = PropertyList::xml(values);
-    if (!xml)
-        return xml.error();
-    return AtomicFile::write(path, xml.value());
+    auto xml = LUMETTA_TRY(PropertyList::xml(values));
+    return AtomicFile::write(path, xml);
 }
 
 Value UserDefaults::valueForKey(std::string_view key) const {
@@ -127,9 +125,7 @@ Result<void> UserDefaults::synchronize() {
     if (ec)
         return makeError("cannot create " + folder_.string() + ": " + ec.message(), ec.value());
     // Read-merge-write of the domain, serialised with other processes.
-    auto fileLock = FileLock::acquire(folder_ / ("." + domain_ + ".lock"));
-    if (!fileLock)
-        return fileLock.error();
+    const auto fileLock = LUMETTA_TRY(FileLock::acquire(folder_ / ("." + domain_ + ".lock")));
     // What other processes wrote, with this process's own changes on top.
     DomainRead onDisk = readDomain(domain_);
     if (onDisk.state == DomainState::Unreadable)
@@ -166,9 +162,7 @@ Result<void> UserDefaults::setPersistentDomain(const Dictionary& domain, std::st
     fs::create_directories(folder_, ec);
     if (ec)
         return makeError("cannot create " + folder_.string() + ": " + ec.message(), ec.value());
-    auto fileLock = FileLock::acquire(folder_ / ("." + std::string(name) + ".lock"));
-    if (!fileLock)
-        return fileLock.error();
+    const auto fileLock = LUMETTA_TRY(FileLock::acquire(folder_ / ("." + std::string(name) + ".lock")));
     if (auto written = writeDomainLocked(copy, name); !written)
         return written;
     if (name == domain_) {

@@ -62,20 +62,15 @@ std::string InterfaceFile::Object::property(std::string_view propertyName) const
 }
 
 Result<InterfaceFile> InterfaceFile::load(const std::filesystem::path& path) {
-    auto bytes = AtomicFile::read(path);
-    if (!bytes)
-        return bytes.error();
-    auto file = parse(bytes.value());
+    auto bytes = LUMETTA_TRY(AtomicFile::read(path));
+    auto file = parse(bytes);
     if (!file)
         return makeError(path.string() + ": " + file.error().message, file.error().code);
     return file;
 }
 
 Result<InterfaceFile> InterfaceFile::parse(std::string_view xml) {
-    auto root = XmlDocument::parse(xml);
-    if (!root)
-        return root.error();
-    const XmlElement& ui = root.value();
+    const XmlElement ui = LUMETTA_TRY(XmlDocument::parse(xml));
     if (ui.name != "ui")
         return errorAt(ui.line, "root element is <" + ui.name + ">, not <ui>");
     InterfaceFile file;
@@ -86,8 +81,7 @@ Result<InterfaceFile> InterfaceFile::parse(std::string_view xml) {
         if (element.name != "widget")
             continue;
         sawWidget = true;
-        if (auto collected = file.collect(element); !collected)
-            return collected.error();
+        LUMETTA_TRY_VOID(file.collect(element));
     }
     if (!sawWidget)
         return errorAt(ui.line, "no top-level <widget> in <ui>");

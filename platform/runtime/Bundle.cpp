@@ -20,10 +20,8 @@ std::map<const Class*, Bundle*>& classBundles() {
 
 Result<std::unique_ptr<Bundle>> Bundle::open(const fs::path& path) {
     const fs::path infoPath = path / "Contents" / "Info.plist";
-    auto bytes = AtomicFile::read(infoPath);
-    if (!bytes)
-        return bytes.error();
-    auto info = PropertyList::parse(bytes.value());
+    auto bytes = LUMETTA_TRY(AtomicFile::read(infoPath));
+    auto info = PropertyList::parse(bytes);
     if (!info)
         return makeError(infoPath.string() + ": " + info.error().message);
     if (!info.value().isDictionary())

@@ -65,10 +65,8 @@ Result<std::vector<AttributeElement>> AttributeCodec::encode(const Value& value)
     std::vector<AttributeElement> elements;
     const Array* array = value.array();
     if (array == nullptr) {
-        auto element = encodeScalar(value, -1);
-        if (!element)
-            return element.error();
-        elements.push_back(std::move(element.value()));
+        auto element = LUMETTA_TRY(encodeScalar(value, -1));
+        elements.push_back(std::move(element));
         return elements;
     }
     if (array->empty()) {
@@ -79,10 +77,8 @@ Result<std::vector<AttributeElement>> AttributeCodec::encode(const Value& value)
     }
     int position = 0;
     for (const Value& item : array->items()) {
-        auto element = encodeScalar(item, position++);
-        if (!element)
-            return element.error();
-        elements.push_back(std::move(element.value()));
+        auto element = LUMETTA_TRY(encodeScalar(item, position++));
+        elements.push_back(std::move(element));
     }
     return elements;
 }

@@ -44,10 +44,8 @@ std::string upperBound(std::string prefix) {
 // Steps through every row of a statement.
 Result<void> eachRow(sqlite::Statement& s, const std::function<void(const sqlite::Statement&)>& row) {
     for (;;) {
-        auto stepped = s.step();
+        auto stepped = LUMETTA_TRY(s.step());
         if (!stepped)
-            return stepped.error();
-        if (!stepped.value())
             return {};
         row(s);
     }
@@ -89,10 +87,8 @@ Result<void> MetadataLookup::stringElements(std::string_view name, std::string_v
     // A text longer in bytes than in characters holds something beyond ASCII.
     if (beyondAsciiOnly)
         condition += " AND length(CAST(text AS BLOB)) <> length(text)";
-    auto statement = statements_.get(attributeQuery("item, text, folded", name, condition));
-    if (!statement)
-        return statement.error();
-    sqlite::Statement& s = *statement.value();
+    auto statement = LUMETTA_TRY(statements_.get(attributeQuery("item, text, folded", name, condition)));
+    sqlite::Statement& s = *statement;
     if (!name.empty())
         s.bind(1, name);
     if (whole || !folded.empty())
@@ -108,10 +104,9 @@ Result<void> MetadataLookup::elementsContaining(std::string_view name, std::stri
                                                 const ElementVisitor& visit) {
     // Still a scan of the attribute's elements, but inside SQLite: only those that can
     // match come out to be checked.
-    auto statement = statements_.get(attributeQuery("item, text, folded", name, "instr(folded, ?2) > 0"));
-    if (!statement)
-        return statement.error();
-    sqlite::Statement& s = *statement.value();
+    auto statement =
+        LUMETTA_TRY(statements_.get(attributeQuery("item, text, folded", name, "instr(folded, ?2) > 0")));
+    sqlite::Statement& s = *statement;
     if (!name.empty())
         s.bind(1, name);
     s.bind(2, folded);
@@ -137,12 +132,10 @@ ItemSelect MetadataLookup::withText(std::string_view fullTextQuery) {
 }
 
 Result<void> MetadataLookup::texts(std::string_view fullTextQuery, const TextVisitor& visit) {
-    auto statement =
-        statements_.get(fullTextQuery.empty() ? "SELECT rowid, body FROM texts"
-                                              : "SELECT rowid, body FROM texts WHERE texts MATCH ?1");
-    if (!statement)
-        return statement.error();
-    sqlite::Statement& s = *statement.value();
+    auto statement = LUMETTA_TRY(statements_.get(fullTextQuery.empty()
+                                                     ? "SELECT rowid, body FROM texts"
+                                                     : "SELECT rowid, body FROM texts WHERE texts MATCH ?1"));
+    sqlite::Statement& s = *statement;
     if (!fullTextQuery.empty())
         s.bind(1, fullTextQuery);
     return eachRow(s, [&](const sqlite::Statement& row) { visit(row.columnInt(0), row.columnText(1)); });
@@ -151,43 +144,33 @@ Result<void> MetadataLookup::texts(std::string_view fullTextQuery, const TextVis
 Result<ItemSet> MetadataLookup::items(const ItemSelect& select) {
     if (select.isNothing())
         return ItemSet();
-    auto statement = statements_.get("SELECT DISTINCT item FROM (" + select.sql() + ")");
-    if (!statement)
-        return statement.error();
-    sqlite::Statement& s = *statement.value();
+    auto statement = LUMETTA_TRY(statements_.get("SELECT DISTINCT item FROM (" + select.sql() + ")"));
+    sqlite::Statement& s = *statement;
     select.bind(s);
     std::vector<std::int64_t> ids;
-    if (auto r = eachRow(s, [&](const sqlite::Statement& row) { ids.push_back(row.columnInt(0)); }); !r)
-        return r.error();
+    LUMETTA_TRY_VOID(eachRow(s, [&](const sqlite::Statement& row) { ids.push_back(row.columnInt(0)); }));
     return ItemSet::fromIds(std::move(ids));
 }
 
 Result<std::size_t> MetadataLookup::count(const ItemSelect& select) {
     if (select.isNothing())
         return std::size_t{0};
-    auto statement = statements_.get("SELECT count(DISTINCT item) FROM (" + select.sql() + ")");
-    if (!statement)
-        return statement.error();
-    sqlite::Statement& s = *statement.value();
+    auto statement = LUMETTA_TRY(statements_.get("SELECT count(DISTINCT item) FROM (" + select.sql() + ")"));
+    sqlite::Statement& s = *statement;
     select.bind(s);
-    auto row = s.step();
-    if (!row)
-        return row.error();
-    return static_cast<std::size_t>(row.value() ? s.columnInt(0) : 0);
+    auto row = LUMETTA_TRY(s.step());
+    return static_cast<std::size_t>(row ? s.columnInt(0) : 0);
 }
 
 Result<std::vector<std::string>> MetadataLookup::paths(const ItemSelect& select) {
     std::vector<std::string> out;
     if (select.isNothing())
         return out;
-    auto statement =
-        statements_.get("SELECT path FROM items WHERE id IN (" + select.sql() + ") ORDER BY path");
-    if (!statement)
-        return statement.error();
-    sqlite::Statement& s = *statement.value();
+    auto statement = LUMETTA_TRY(
+        statements_.get("SELECT path FROM items WHERE id IN (" + select.sql() + ") ORDER BY path"));
+    sqlite::Statement& s = *statement;
     select.bind(s);
-    if (auto r = eachRow(s, [&](const sqlite::Statement& row) { out.push_back(row.columnText(0)); }); !r)
-        return r.error();
+    LUMETTA_TRY_VOID(eachRow(s, [&](const sqlite::Statement& row) { out.push_back(row.columnText(0)); }));
     return out;
 }
 

@@ -55,12 +55,8 @@ Result<sqlite::StatementCache::Loan> bound(sqlite::StatementCache& statements, c
 // Runs a statement that returns no rows.
 template <class... Arguments>
 Result<void> execute(sqlite::StatementCache& statements, const std::string& sql, Arguments... arguments) {
-    auto loan = bound(statements, sql, arguments...);
-    if (!loan)
-        return loan.error();
-    auto r = loan.value()->step();
-    if (!r)
-        return r.error();
+    auto loan = LUMETTA_TRY(bound(statements, sql, arguments...));
+    LUMETTA_TRY_VOID(loan->step());
     return {};
 }
 
@@ -80,12 +76,10 @@ MetadataStore::~MetadataStore() {
 
 Result<std::unique_ptr<MetadataStore>> MetadataStore::open(const std::filesystem::path& root) {
     const std::filesystem::path file = root / kFileName;
-    auto db = sqlite::Database::open(file);
-    if (!db)
-        return db.error();
-    if (auto r = db.value()->exec(kSchema); !r)
+    auto db = LUMETTA_TRY(sqlite::Database::open(file));
+    if (auto r = db->exec(kSchema); !r)
         return makeError(file.string() + ": " + r.error().message, r.error().code);
-    return std::unique_ptr<MetadataStore>(new MetadataStore(std::move(db.value())));
+    return std::unique_ptr<MetadataStore>(new MetadataStore(std::move(db)));
 }
 
 void MetadataStore::setCurrent(MetadataStore* store) {
@@ -184,28 +178,21 @@ Result<std::optional<std::int64_t>> MetadataStore::findItem(std::string_view pat
     // a transaction no other writer can change it, so the last answer stands.
     if (lastItem_ && depth_ > 0 && lastItem_->first == path)
         return std::optional<std::int64_t>(lastItem_->second);
-    auto s = bound(*statements_, "SELECT id FROM items WHERE path = ?1", path);
-    if (!s)
-        return s.error();
-    auto row = s.value()->step();
+    auto s = LUMETTA_TRY(bound(*statements_, "SELECT id FROM items WHERE path = ?1", path));
+    auto row = LUMETTA_TRY(s->step());
     if (!row)
-        return row.error();
-    if (!row.value())
         return std::optional<std::int64_t>();
-    const std::int64_t id = s.value()->columnInt(0);
+    const std::int64_t id = s->columnInt(0);
     if (depth_ > 0)
         lastItem_.emplace(std::string(path), id);
     return std::optional<std::int64_t>(id);
 }
 
 Result<std::int64_t> MetadataStore::ensureItem(std::string_view path) {
-    auto found = findItem(path);
-    if (!found)
-        return found.error();
-    if (found.value())
-        return *found.value();
-    if (auto r = execute(*statements_, "INSERT INTO items (path) VALUES (?1)", path); !r)
-        return r.error();
+    auto found = LUMETTA_TRY(findItem(path));
+    if (found)
+        return *found;
+    LUMETTA_TRY_VOID(execute(*statements_, "INSERT INTO items (path) VALUES (?1)", path));
     const std::int64_t id = db_->lastInsertRowId();
     lastItem_.emplace(std::string(path), id);
     return id;
@@ -214,20 +201,18 @@ Result<std::int64_t> MetadataStore::ensureItem(std::string_view path) {
 Result<bool> MetadataStore::deleteAttribute(std::int64_t item, std::string_view name) {
     if (name == kMDItemTextContent)
         return deleteText(item);
-    if (auto r = execute(*statements_, "DELETE FROM attributes WHERE item = ?1 AND name = ?2", item, name);
-        !r)
-        return r.error();
+    LUMETTA_TRY_VOID(
+        execute(*statements_, "DELETE FROM attributes WHERE item = ?1 AND name = ?2", item, name));
     return db_->changes() > 0;
 }
 
 Result<void> MetadataStore::insertAttribute(std::int64_t item, std::string_view name,
                                             const std::vector<AttributeElement>& elements) {
-    auto s = statements_->get("INSERT INTO attributes (item, name, position, kind, text, folded, number) "
-                              "VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)");
-    if (!s)
-        return s.error();
+    auto s = LUMETTA_TRY(
+        statements_->get("INSERT INTO attributes (item, name, position, kind, text, folded, number) "
+                         "VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)"));
     for (const AttributeElement& element : elements) {
-        sqlite::Statement& statement = *s.value();
+        sqlite::Statement& statement = *s;
         statement.reset();
         statement.bind(1, item).bind(2, name).bind(3, std::int64_t{element.position});
         statement.bind(4, std::int64_t{static_cast<int>(element.kind)});
@@ -247,15 +232,13 @@ Result<void> MetadataStore::insertAttribute(std::int64_t item, std::string_view 
         case ElementKind::EmptyArray:
             break;
         }
-        if (auto r = statement.step(); !r)
-            return r.error();
+        LUMETTA_TRY_VOID(statement.step());
     }
     return {};
 }
 
 Result<bool> MetadataStore::deleteText(std::int64_t item) {
-    if (auto r = execute(*statements_, "DELETE FROM texts WHERE rowid = ?1", item); !r)
-        return r.error();
+    LUMETTA_TRY_VOID(execute(*statements_, "DELETE FROM texts WHERE rowid = ?1", item));
     return db_->changes() > 0;
 }
 
@@ -265,9 +248,7 @@ Result<void> MetadataStore::setAttribute(std::string_view path, std::string_view
     if (observer_ && !value.isNull())
         observer_(path);
     if (value.isNull()) {
-        auto removed = removeAttribute(path, name);
-        if (!removed)
-            return removed.error();
+        LUMETTA_TRY_VOID(removeAttribute(path, name));
         return {};
     }
     if (name == kMDItemTextContent) {
@@ -279,37 +260,29 @@ Result<void> MetadataStore::setAttribute(std::string_view path, std::string_view
     if (!elements)
         return makeError("metadata index: " + std::string(name) + ": " + elements.error().message);
     return inTransaction(true, [&]() -> Result<void> {
-        auto item = ensureItem(path);
-        if (!item)
-            return item.error();
+        auto item = LUMETTA_TRY(ensureItem(path));
         // Most writes restate what is there (a file saved again, tags mirrored after a
         // change to another tag); leaving those rows alone keeps the commit small.
-        auto same = holds(item.value(), name, elements.value());
-        if (!same)
-            return same.error();
-        if (same.value())
+        auto same = LUMETTA_TRY(holds(item, name, elements.value()));
+        if (same)
             return {};
-        if (auto r = deleteAttribute(item.value(), name); !r)
-            return r.error();
-        return insertAttribute(item.value(), name, elements.value());
+        LUMETTA_TRY_VOID(deleteAttribute(item, name));
+        return insertAttribute(item, name, elements.value());
     });
 }
 
 Result<bool> MetadataStore::holds(std::int64_t item, std::string_view name,
                                   const std::vector<AttributeElement>& elements) const {
-    auto s = bound(*statements_,
-                   "SELECT position, kind, text, number FROM attributes WHERE item = ?1 AND name = ?2 "
-                   "ORDER BY position",
-                   item, name);
-    if (!s)
-        return s.error();
-    sqlite::Statement& statement = *s.value();
+    auto s =
+        LUMETTA_TRY(bound(*statements_,
+                          "SELECT position, kind, text, number FROM attributes WHERE item = ?1 AND name = ?2 "
+                          "ORDER BY position",
+                          item, name));
+    sqlite::Statement& statement = *s;
     std::size_t at = 0;
     for (;; ++at) {
-        auto row = statement.step();
+        auto row = LUMETTA_TRY(statement.step());
         if (!row)
-            return row.error();
-        if (!row.value())
             return at == elements.size();
         if (at >= elements.size())
             return false;
@@ -341,15 +314,11 @@ Result<bool> MetadataStore::removeFromItem(std::string_view path,
                                            const std::function<Result<bool>(std::int64_t)>& remove) {
     bool removed = false;
     auto r = inTransaction(true, [&]() -> Result<void> {
-        auto item = findItem(path);
+        auto item = LUMETTA_TRY(findItem(path));
         if (!item)
-            return item.error();
-        if (!item.value())
             return {};
-        auto done = remove(*item.value());
-        if (!done)
-            return done.error();
-        removed = done.value();
+        auto done = LUMETTA_TRY(remove(*item));
+        removed = done;
         return {};
     });
     if (!r)
@@ -365,14 +334,11 @@ Result<bool> MetadataStore::removeAttribute(std::string_view path, std::string_v
 
 Result<void> MetadataStore::setTextContent(std::string_view path, std::string_view text) {
     return inTransaction(true, [&]() -> Result<void> {
-        auto item = ensureItem(path);
-        if (!item)
-            return item.error();
-        if (auto r = deleteText(item.value()); !r)
-            return r.error();
+        auto item = LUMETTA_TRY(ensureItem(path));
+        LUMETTA_TRY_VOID(deleteText(item));
         if (text.empty())
             return {};
-        return execute(*statements_, "INSERT INTO texts (rowid, body) VALUES (?1, ?2)", item.value(), text);
+        return execute(*statements_, "INSERT INTO texts (rowid, body) VALUES (?1, ?2)", item, text);
     });
 }
 
@@ -398,15 +364,12 @@ Result<void> MetadataStore::replaceHostAttributes(std::string_view path, const D
     for (const auto& [name, value] : values.entries())
         replaced.insert(name);
     return inTransaction(true, [&]() -> Result<void> {
-        auto item = ensureItem(path);
-        if (!item)
-            return item.error();
+        auto item = LUMETTA_TRY(ensureItem(path));
         for (const std::string& name : replaced) {
-            if (auto r = deleteAttribute(item.value(), name); !r)
-                return r.error();
+            LUMETTA_TRY_VOID(deleteAttribute(item, name));
         }
         for (const auto& [name, elements] : encoded) {
-            if (auto r = insertAttribute(item.value(), name, elements); !r)
+            if (auto r = insertAttribute(item, name, elements); !r)
                 return r;
         }
         return text.empty() ? Result<void>() : setTextContent(path, text);
@@ -418,8 +381,7 @@ Result<bool> MetadataStore::removeItem(std::string_view path) {
         lastItem_.reset();
         for (const char* sql : {"DELETE FROM attributes WHERE item = ?1",
                                 "DELETE FROM texts WHERE rowid = ?1", "DELETE FROM items WHERE id = ?1"}) {
-            if (auto done = execute(*statements_, sql, item); !done)
-                return done.error();
+            LUMETTA_TRY_VOID(execute(*statements_, sql, item));
         }
         return true;
     });
@@ -427,13 +389,12 @@ Result<bool> MetadataStore::removeItem(std::string_view path) {
 
 Result<void> MetadataStore::readAttributes(std::int64_t item, std::string_view onlyName,
                                            Dictionary& into) const {
-    auto s = statements_->get(onlyName.empty() ? "SELECT name, position, kind, text, number FROM attributes "
-                                                 "WHERE item = ?1 ORDER BY name, position"
-                                               : "SELECT name, position, kind, text, number FROM attributes "
-                                                 "WHERE item = ?1 AND name = ?2 ORDER BY position");
-    if (!s)
-        return s.error();
-    sqlite::Statement& statement = *s.value();
+    auto s = LUMETTA_TRY(statements_->get(onlyName.empty()
+                                              ? "SELECT name, position, kind, text, number FROM attributes "
+                                                "WHERE item = ?1 ORDER BY name, position"
+                                              : "SELECT name, position, kind, text, number FROM attributes "
+                                                "WHERE item = ?1 AND name = ?2 ORDER BY position"));
+    sqlite::Statement& statement = *s;
     statement.bind(1, item);
     if (!onlyName.empty())
         statement.bind(2, onlyName);
@@ -446,15 +407,13 @@ Result<void> MetadataStore::readRows(sqlite::Statement& statement, Dictionary& i
     std::string name;
     std::vector<AttributeElement> elements;
     for (;;) {
-        auto row = statement.step();
-        if (!row)
-            return row.error();
-        std::string rowName = row.value() ? statement.columnText(0) : std::string();
-        if (!elements.empty() && (!row.value() || rowName != name)) {
+        auto row = LUMETTA_TRY(statement.step());
+        std::string rowName = row ? statement.columnText(0) : std::string();
+        if (!elements.empty() && (!row || rowName != name)) {
             into.set(name, AttributeCodec::decode(elements));
             elements.clear();
         }
-        if (!row.value())
+        if (!row)
             return {};
         name = std::move(rowName);
         AttributeElement element;
@@ -468,27 +427,20 @@ Result<void> MetadataStore::readRows(sqlite::Statement& statement, Dictionary& i
 }
 
 Result<void> MetadataStore::readText(std::int64_t item, Dictionary& into) const {
-    auto s = bound(*statements_, "SELECT body FROM texts WHERE rowid = ?1", item);
-    if (!s)
-        return s.error();
-    auto row = s.value()->step();
-    if (!row)
-        return row.error();
-    if (row.value())
-        into.set(std::string(kMDItemTextContent), s.value()->columnText(0));
+    auto s = LUMETTA_TRY(bound(*statements_, "SELECT body FROM texts WHERE rowid = ?1", item));
+    auto row = LUMETTA_TRY(s->step());
+    if (row)
+        into.set(std::string(kMDItemTextContent), s->columnText(0));
     return {};
 }
 
 Value MetadataStore::attribute(std::string_view path, std::string_view name) const {
     Dictionary found;
     auto r = inTransaction(false, [&]() -> Result<void> {
-        auto item = findItem(path);
-        if (!item)
-            return item.error();
-        if (!item.value() || name.empty())
+        auto item = LUMETTA_TRY(findItem(path));
+        if (!item || name.empty())
             return {};
-        return name == kMDItemTextContent ? readText(*item.value(), found)
-                                          : readAttributes(*item.value(), name, found);
+        return name == kMDItemTextContent ? readText(*item, found) : readAttributes(*item, name, found);
     });
     if (!r)
         logReadError(std::string(name) + " of " + std::string(path), r.error());
@@ -498,14 +450,12 @@ Value MetadataStore::attribute(std::string_view path, std::string_view name) con
 Dictionary MetadataStore::attributes(std::string_view path) const {
     Dictionary found;
     auto r = inTransaction(false, [&]() -> Result<void> {
-        auto item = findItem(path);
+        auto item = LUMETTA_TRY(findItem(path));
         if (!item)
-            return item.error();
-        if (!item.value())
             return {};
-        if (auto read = readAttributes(*item.value(), {}, found); !read)
+        if (auto read = readAttributes(*item, {}, found); !read)
             return read;
-        return readText(*item.value(), found);
+        return readText(*item, found);
     });
     if (!r)
         logReadError("the attributes of " + std::string(path), r.error());
@@ -517,10 +467,8 @@ Dictionary MetadataStore::attributes(std::string_view path, const std::vector<st
     if (names.empty())
         return found;
     auto r = inTransaction(false, [&]() -> Result<void> {
-        auto item = findItem(path);
+        auto item = LUMETTA_TRY(findItem(path));
         if (!item)
-            return item.error();
-        if (!item.value())
             return {};
         // One statement per count of names, prepared once: a tag mirror asks for the same
         // eight names for every message.
@@ -529,11 +477,9 @@ Dictionary MetadataStore::attributes(std::string_view path, const std::vector<st
         for (std::size_t i = 0; i < names.size(); ++i)
             sql += (i ? ", ?" : "?") + std::to_string(i + 2);
         sql += ") ORDER BY name, position";
-        auto s = statements_->get(sql);
-        if (!s)
-            return s.error();
-        sqlite::Statement& statement = *s.value();
-        statement.bind(1, *item.value());
+        auto s = LUMETTA_TRY(statements_->get(sql));
+        sqlite::Statement& statement = *s;
+        statement.bind(1, *item);
         bool wantsText = false;
         for (std::size_t i = 0; i < names.size(); ++i) {
             statement.bind(static_cast<int>(i + 2), std::string_view(names[i]));
@@ -541,7 +487,7 @@ Dictionary MetadataStore::attributes(std::string_view path, const std::vector<st
         }
         if (auto read = readRows(statement, found); !read)
             return read;
-        return wantsText ? readText(*item.value(), found) : Result<void>();
+        return wantsText ? readText(*item, found) : Result<void>();
     });
     if (!r)
         logReadError("attributes of " + std::string(path), r.error());
@@ -573,16 +519,12 @@ std::size_t MetadataStore::itemCount() const {
 Result<std::vector<std::string>> MetadataStore::itemPaths() const {
     std::vector<std::string> paths;
     auto r = inTransaction(false, [&]() -> Result<void> {
-        auto s = statements_->get("SELECT path FROM items ORDER BY path");
-        if (!s)
-            return s.error();
+        auto s = LUMETTA_TRY(statements_->get("SELECT path FROM items ORDER BY path"));
         for (;;) {
-            auto row = s.value()->step();
+            auto row = LUMETTA_TRY(s->step());
             if (!row)
-                return row.error();
-            if (!row.value())
                 return {};
-            paths.push_back(s.value()->columnText(0));
+            paths.push_back(s->columnText(0));
         }
     });
     if (!r)

@@ -27,10 +27,8 @@ Result<StatementCache::Loan> StatementCache::get(std::string_view sql) {
             return Loan(*this, std::move(key), std::move(statement));
         }
     }
-    auto prepared = db_.prepare(sql);
-    if (!prepared)
-        return prepared.error();
-    return Loan(*this, std::move(key), std::move(prepared.value()));
+    auto prepared = LUMETTA_TRY(db_.prepare(sql));
+    return Loan(*this, std::move(key), std::move(prepared));
 }
 
 void StatementCache::giveBack(std::string sql, Statement statement) {

@@ -94,8 +94,7 @@ Result<ItemSelect> ComparisonEvaluator::strings(std::string_view name, QueryOper
             ids.push_back(item);
     };
     if (const std::string* ascii = condition.asciiValue()) {
-        if (auto read = lookup_.stringElements(name, condition.key(), true, collect, true); !read)
-            return read.error();
+        LUMETTA_TRY_VOID(lookup_.stringElements(name, condition.key(), true, collect, true));
         return unite(
             MetadataLookup::withAsciiString(name, condition.key(), *ascii, condition.asciiCaseIgnored()),
             ItemSelect::of(ItemSet::fromIds(std::move(ids))));
@@ -115,8 +114,7 @@ Result<ItemSelect> ComparisonEvaluator::strings(std::string_view name, QueryOper
         read = lookup_.stringElements(name, {}, false, collect);
         break;
     }
-    if (!read)
-        return read.error();
+    LUMETTA_TRY_VOID(read);
     return ItemSelect::of(ItemSet::fromIds(std::move(ids)));
 }
 
@@ -125,12 +123,10 @@ Result<ItemSelect> ComparisonEvaluator::words(const QueryValue& value) {
     if (!condition.needsCheck() && !condition.fullTextQuery().empty())
         return MetadataLookup::withText(condition.fullTextQuery());
     std::vector<std::int64_t> ids;
-    auto read = lookup_.texts(condition.fullTextQuery(), [&](std::int64_t item, std::string_view text) {
+    LUMETTA_TRY_VOID(lookup_.texts(condition.fullTextQuery(), [&](std::int64_t item, std::string_view text) {
         if (!condition.needsCheck() || condition.matches(text))
             ids.push_back(item);
-    });
-    if (!read)
-        return read.error();
+    }));
     return ItemSelect::of(ItemSet::fromIds(std::move(ids)));
 }
 
@@ -156,13 +152,11 @@ Result<ItemSelect> ComparisonEvaluator::inRange(const QueryNode& node) {
     const StringCondition from(QueryOperator::GreaterOrEqual, *lowText, modifiers);
     const StringCondition to(QueryOperator::LessOrEqual, *highText, modifiers);
     std::vector<std::int64_t> ids;
-    auto read = lookup_.stringElements(
+    LUMETTA_TRY_VOID(lookup_.stringElements(
         name, {}, false, [&](std::int64_t item, std::string_view element, std::string_view folded) {
             if (from.matches(element, folded) && to.matches(element, folded))
                 ids.push_back(item);
-        });
-    if (!read)
-        return read.error();
+        }));
     return unite(std::move(found), ItemSelect::of(ItemSet::fromIds(std::move(ids))));
 }
 

@@ -24,10 +24,8 @@ struct Evaluation {
 Result<ItemSelect> shallow(Result<ItemSelect> select, MetadataLookup& lookup) {
     if (!select || select.value().depth() <= kMaxSelectDepth)
         return select;
-    auto items = lookup.items(select.value());
-    if (!items)
-        return items.error();
-    return ItemSelect::of(items.value());
+    auto items = LUMETTA_TRY(lookup.items(select.value()));
+    return ItemSelect::of(items);
 }
 
 Result<ItemSelect> evaluateNode(const QueryNode& node, Evaluation& with, int depth) {
@@ -77,29 +75,23 @@ template <class Use> Result<void> select(const MetadataStore& store, const Query
     return store.read([&](MetadataLookup& lookup) -> Result<void> {
         ComparisonEvaluator terms(lookup, now);
         Evaluation with{terms, lookup};
-        auto selected = evaluateNode(query, with, 0);
-        if (!selected)
-            return selected.error();
-        return use(lookup, selected.value());
+        auto selected = LUMETTA_TRY(evaluateNode(query, with, 0));
+        return use(lookup, selected);
     });
 }
 
 } // namespace
 
 Result<std::vector<std::string>> QueryEvaluator::evaluate(std::string_view query) const {
-    auto tree = QueryParser::parse(query);
-    if (!tree)
-        return tree.error();
-    return evaluate(tree.value());
+    auto tree = LUMETTA_TRY(QueryParser::parse(query));
+    return evaluate(tree);
 }
 
 Result<std::vector<std::string>> QueryEvaluator::evaluate(const QueryNode& query) const {
     std::vector<std::string> paths;
     auto r = select(store_, query, [&](MetadataLookup& lookup, const ItemSelect& items) -> Result<void> {
-        auto found = lookup.paths(items);
-        if (!found)
-            return found.error();
-        paths = std::move(found.value());
+        auto found = LUMETTA_TRY(lookup.paths(items));
+        paths = std::move(found);
         return {};
     });
     if (!r)
@@ -108,19 +100,15 @@ Result<std::vector<std::string>> QueryEvaluator::evaluate(const QueryNode& query
 }
 
 Result<std::size_t> QueryEvaluator::count(std::string_view query) const {
-    auto tree = QueryParser::parse(query);
-    if (!tree)
-        return tree.error();
-    return count(tree.value());
+    auto tree = LUMETTA_TRY(QueryParser::parse(query));
+    return count(tree);
 }
 
 Result<std::size_t> QueryEvaluator::count(const QueryNode& query) const {
     std::size_t found = 0;
     auto r = select(store_, query, [&](MetadataLookup& lookup, const ItemSelect& items) -> Result<void> {
-        auto counted = lookup.count(items);
-        if (!counted)
-            return counted.error();
-        found = counted.value();
+        auto counted = LUMETTA_TRY(lookup.count(items));
+        found = counted;
         return {};
     });
     if (!r)

@@ -36,8 +36,7 @@ std::string describe(char c) {
 
 Result<std::vector<QueryToken>> QueryLexer::tokenize(std::string_view query) {
     QueryLexer lexer(query);
-    if (auto r = lexer.run(); !r)
-        return r.error();
+    LUMETTA_TRY_VOID(lexer.run());
     return std::move(lexer.tokens_);
 }
 

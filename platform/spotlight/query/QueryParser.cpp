@@ -58,10 +58,8 @@ std::string quote(const QueryToken& token) {
 } // namespace
 
 Result<QueryNode> QueryParser::parse(std::string_view query) {
-    auto tokens = QueryLexer::tokenize(query);
-    if (!tokens)
-        return tokens.error();
-    QueryParser parser(std::move(tokens.value()));
+    auto tokens = LUMETTA_TRY(QueryLexer::tokenize(query));
+    QueryParser parser(std::move(tokens));
     auto tree = parser.disjunction(0);
     if (!tree)
         return tree;
@@ -135,8 +133,7 @@ Result<QueryNode> QueryParser::primary(int depth) {
         auto inner = disjunction(depth + 1);
         if (!inner)
             return inner;
-        if (auto r = close(opened); !r)
-            return r.error();
+        LUMETTA_TRY_VOID(close(opened));
         return inner;
     }
     if (token.kind == Kind::Identifier && (token.text == "true" || token.text == "false")) {
@@ -164,10 +161,8 @@ Result<QueryNode> QueryParser::comparison() {
         return QueryError::at(op.position, "expected a comparison (==, !=, <, >, <=, >=) after " +
                                                node.attribute + ", not " + quote(op));
     node.op = operatorOf(advance().kind);
-    auto operand = value();
-    if (!operand)
-        return operand.error();
-    node.values.push_back(std::move(operand.value()));
+    auto operand = LUMETTA_TRY(value());
+    node.values.push_back(std::move(operand));
     return node;
 }
 
@@ -181,15 +176,11 @@ Result<QueryNode> QueryParser::range() {
         return QueryError::at(attribute.position, "expected an attribute name in InRange");
     node.attribute = advance().text;
     for (int i = 0; i < 2; ++i) {
-        if (auto r = comma(); !r)
-            return r.error();
-        auto bound = value();
-        if (!bound)
-            return bound.error();
-        node.values.push_back(std::move(bound.value()));
+        LUMETTA_TRY_VOID(comma());
+        auto bound = LUMETTA_TRY(value());
+        node.values.push_back(std::move(bound));
     }
-    if (auto r = close(opened); !r)
-        return r.error();
+    LUMETTA_TRY_VOID(close(opened));
     return node;
 }
 
@@ -255,8 +246,7 @@ Result<QueryValue> QueryParser::time() {
                                   token.text + " counts whole units, at most 100000 either way");
         v.number = argument.number;
     }
-    if (auto r = close(opened); !r)
-        return r.error();
+    LUMETTA_TRY_VOID(close(opened));
     return v;
 }
 
