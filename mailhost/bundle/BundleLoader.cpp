@@ -93,10 +93,7 @@ std::vector<std::string> BundleLoader::loadAll() {
 }
 
 platform::Result<void> BundleLoader::load(const fs::path& bundlePath) {
-    auto opened = Bundle::open(bundlePath);
-    if (!opened)
-        return opened.error();
-    std::unique_ptr<Bundle> bundle = std::move(opened.value());
+    std::unique_ptr<Bundle> bundle = LUMETTA_TRY(Bundle::open(bundlePath));
     const fs::path module = bundle->executablePath();
     // The module stays loaded for the life of the process: its code is installed in
     // the host's method tables.

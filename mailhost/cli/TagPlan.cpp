@@ -100,14 +100,12 @@ platform::Result<TagPlan> TagPlan::read(const Options& o) {
     if (o.clearKeywords)
         steps.push_back(action("lumettaClearKeywords:", "cleared keywords"));
     if (o.setKeywords) {
-        auto list = keywordList(*o.setKeywords);
-        if (!list)
-            return list.error();
+        auto list = LUMETTA_TRY(keywordList(*o.setKeywords));
         std::vector<std::string> names;
-        for (const Value& k : list.value().items())
+        for (const Value& k : list.items())
             names.push_back(k.stringValue());
         steps.push_back(
-            values("setKeywords:", list.value(),
+            values("setKeywords:", list,
                    names.empty() ? "set an empty keyword list" : "set keywords to " + joined(names)));
     }
     for (const auto* group : {&o.removeKeywords, &o.addKeywords}) {

@@ -277,21 +277,19 @@ Result<CriterionSyntax::Reading> CriterionSyntax::read(std::string_view text) {
 }
 
 Result<std::shared_ptr<MessageCriterion>> CriterionSyntax::criterion(std::string_view text) {
-    auto reading = read(text);
-    if (!reading)
-        return reading.error();
-    const int type = MessageCriterion::criterionTypeForString(reading.value().identifier);
+    auto reading = LUMETTA_TRY(read(text));
+    const int type = MessageCriterion::criterionTypeForString(reading.identifier);
     if (type == 0)
         return platform::makeError("\"" + std::string(text) + "\" needs the criterion \"" +
-                                       reading.value().identifier +
+                                       reading.identifier +
                                        "\", which no loaded bundle provides (tag criteria come with the "
                                        "Lumetta bundle; see 'lumetta report')",
                                    kNotAvailable);
     auto made = MessageRuleCriterion::create();
     made->setCriterionType(type);
-    made->setCriterionIdentifier(reading.value().identifier);
-    made->setQualifier(reading.value().qualifier);
-    made->setExpression(reading.value().expression);
+    made->setCriterionIdentifier(reading.identifier);
+    made->setQualifier(reading.qualifier);
+    made->setExpression(reading.expression);
     return made;
 }
 
@@ -302,10 +300,8 @@ Result<std::shared_ptr<MessageCriterion>> CriterionSyntax::compound(const std::v
     made->setCriterionIdentifier(MessageCriterion::kCompoundIdentifier);
     made->setAllCriteriaMustBeSatisfied(all);
     for (const std::string& text : texts) {
-        auto part = criterion(text);
-        if (!part)
-            return part.error();
-        made->criteria().push_back(std::move(part.value()));
+        auto part = LUMETTA_TRY(criterion(text));
+        made->criteria().push_back(std::move(part));
     }
     return made;
 }

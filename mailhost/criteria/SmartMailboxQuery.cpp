@@ -56,10 +56,8 @@ Result<RowSet> answer(const Index& index, const MessageCriterion& c) {
 // Asks the index every query of the tree, and checks that the rest can be evaluated.
 Result<void> prepare(const Index& index, MessageCriterion& c, Answers& answers) {
     if (SmartMailboxQuery::isIndexQuery(c)) {
-        auto rows = answer(index, c);
-        if (!rows)
-            return rows.error();
-        answers.emplace(&c, std::move(rows.value()));
+        auto rows = LUMETTA_TRY(answer(index, c));
+        answers.emplace(&c, std::move(rows));
         return {};
     }
     if (!isCompound(c)) {
@@ -158,8 +156,7 @@ Result<MessageList> SmartMailboxQuery::messages(Library& library, const std::str
         return platform::makeError("the smart mailbox has no criterion");
     const Index index{library, mailbox, library.metadata()};
     Answers answers;
-    if (auto prepared = prepare(index, *searched_, answers); !prepared)
-        return prepared.error();
+    LUMETTA_TRY_VOID(prepare(index, *searched_, answers));
     const RowSet* rows = narrowest(*searched_, answers);
     MessageList candidates = rows ? inListingOrder(library, *rows) : inScope(library, mailbox);
     MessageList out;

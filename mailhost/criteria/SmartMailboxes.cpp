@@ -22,11 +22,8 @@ Result<void> SmartMailboxes::take(const platform::Value& contents) {
 
 Result<SmartMailboxes> SmartMailboxes::open(const fs::path& libraryRoot, bool forEditing) {
     SmartMailboxes store(libraryRoot);
-    auto contents = store.file_.read(forEditing);
-    if (!contents)
-        return contents.error();
-    if (auto taken = store.take(contents.value()); !taken)
-        return taken.error();
+    auto contents = LUMETTA_TRY(store.file_.read(forEditing));
+    LUMETTA_TRY_VOID(store.take(contents));
     return store;
 }
 

@@ -54,12 +54,9 @@ EmlSource::EmlSource(std::filesystem::path path, Format format, std::uint64_t to
 
 platform::Result<std::unique_ptr<EmlSource>> EmlSource::open(const std::filesystem::path& path,
                                                              std::uint64_t maxMessageBytes) {
-    auto file = InputFile::open(path);
-    if (!file) {
-        return file.error();
-    }
+    auto file = LUMETTA_TRY(InputFile::open(path));
     const Format format = path.extension() == ".emlx" ? Format::Emlx : Format::Eml;
-    return std::unique_ptr<EmlSource>(new EmlSource(path, format, file.value().size(), maxMessageBytes));
+    return std::unique_ptr<EmlSource>(new EmlSource(path, format, file.size(), maxMessageBytes));
 }
 
 platform::Result<bool> EmlSource::next(ImportedMessage& out) {
@@ -69,23 +66,17 @@ platform::Result<bool> EmlSource::next(ImportedMessage& out) {
     done_ = true;
     out = ImportedMessage{};
     out.origin = path_.string();
-    auto file = InputFile::open(path_);
-    if (!file) {
-        return file.error();
-    }
-    out.receivedDate = file.value().modificationDate();
+    auto file = LUMETTA_TRY(InputFile::open(path_));
+    out.receivedDate = file.modificationDate();
     // The count line and property list of an .emlx add little to its message.
-    auto bytes = file.value().readAll(maxMessageBytes_ + (format_ == Format::Emlx ? 64 * 1024 : 0));
-    if (!bytes) {
-        return bytes.error();
-    }
+    auto bytes = LUMETTA_TRY(file.readAll(maxMessageBytes_ + (format_ == Format::Emlx ? 64 * 1024 : 0)));
     if (format_ == Format::Emlx) {
-        return takeEmlx(std::move(bytes).value(), out);
+        return takeEmlx(std::move(bytes), out);
     }
-    if (!looksLikeMessage(bytes.value())) {
+    if (!looksLikeMessage(bytes)) {
         return platform::makeError(out.origin + ": the file does not look like a mail message");
     }
-    out.bytes = std::move(bytes).value();
+    out.bytes = std::move(bytes);
     return true;
 }
 

@@ -93,14 +93,11 @@ platform::Result<std::string> InputFile::readAll(std::uint64_t maxBytes) {
             // The file may have grown since it was measured; read on in steps.
             bytes.resize(bytes.size() + 64 * 1024);
         }
-        auto got = read(bytes.data() + filled, bytes.size() - filled);
-        if (!got) {
-            return got.error();
-        }
-        if (got.value() == 0) {
+        auto got = LUMETTA_TRY(read(bytes.data() + filled, bytes.size() - filled));
+        if (got == 0) {
             break;
         }
-        filled += got.value();
+        filled += got;
         if (filled > maxBytes) {
             return tooLarge();
         }

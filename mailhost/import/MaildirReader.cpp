@@ -111,19 +111,13 @@ platform::Result<bool> MaildirReader::next(ImportedMessage& out) {
     out.deleted = flags.deleted;
     out.forwarded = flags.forwarded;
 
-    auto file = InputFile::open(entry.path);
-    if (!file) {
-        return file.error();
-    }
-    out.receivedDate = file.value().modificationDate();
-    auto bytes = file.value().readAll(maxMessageBytes_);
-    if (!bytes) {
-        return bytes.error();
-    }
-    if (bytes.value().find_first_not_of(" \t\r\n") == std::string::npos) {
+    auto file = LUMETTA_TRY(InputFile::open(entry.path));
+    out.receivedDate = file.modificationDate();
+    auto bytes = LUMETTA_TRY(file.readAll(maxMessageBytes_));
+    if (bytes.find_first_not_of(" \t\r\n") == std::string::npos) {
         return platform::makeError(out.origin + ": the file holds no message");
     }
-    out.bytes = std::move(bytes).value();
+    out.bytes = std::move(bytes);
     return true;
 }
 

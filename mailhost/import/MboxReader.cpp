@@ -22,19 +22,13 @@ MboxReader::MboxReader(InputFile file, std::filesystem::path path, MboxReaderOpt
 
 platform::Result<std::unique_ptr<MboxReader>> MboxReader::open(const std::filesystem::path& path,
                                                                MboxReaderOptions options) {
-    auto file = InputFile::open(path);
-    if (!file) {
-        return file.error();
-    }
-    std::unique_ptr<MboxReader> reader(new MboxReader(std::move(file).value(), path, options));
-    auto first = reader->nextLine();
+    auto file = LUMETTA_TRY(InputFile::open(path));
+    std::unique_ptr<MboxReader> reader(new MboxReader(std::move(file), path, options));
+    auto first = LUMETTA_TRY(reader->nextLine());
     if (!first) {
-        return first.error();
-    }
-    if (!first.value()) {
         return reader;
     }
-    const Line& line = *first.value();
+    const Line& line = *first;
     if (!line.text.starts_with("From ")) {
         return platform::makeError(path.string() +
                                    " is not an mbox file: it does not start with a \"From \" line");
@@ -73,14 +67,11 @@ platform::Result<std::optional<MboxReader::Line>> MboxReader::nextLine() {
             end_ -= begin_;
             begin_ = 0;
         }
-        auto got = file_.read(buffer_.data() + end_, buffer_.size() - end_);
-        if (!got) {
-            return got.error();
-        }
-        if (got.value() == 0) {
+        auto got = LUMETTA_TRY(file_.read(buffer_.data() + end_, buffer_.size() - end_));
+        if (got == 0) {
             atEnd_ = true;
         }
-        end_ += got.value();
+        end_ += got;
     }
 }
 

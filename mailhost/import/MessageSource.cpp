@@ -48,21 +48,15 @@ platform::Result<std::unique_ptr<MessageSource>> MessageSource::open(const fs::p
             path.string() +
             " is neither a Maildir folder (cur/, new/) nor an exported mailbox (an mbox file)");
     }
-    auto file = InputFile::open(path);
-    if (!file) {
-        return file.error();
-    }
+    auto file = LUMETTA_TRY(InputFile::open(path));
     char start[5] = {};
     std::size_t got = 0;
     while (got < sizeof start) {
-        auto read = file.value().read(start + got, sizeof start - got);
-        if (!read) {
-            return read.error();
-        }
-        if (read.value() == 0) {
+        auto read = LUMETTA_TRY(file.read(start + got, sizeof start - got));
+        if (read == 0) {
             break;
         }
-        got += read.value();
+        got += read;
     }
     const std::string extension = lowercaseExtension(path);
     if (std::string_view(start, got) == "From " || extension == ".mbox" || extension == ".mbx") {

@@ -66,31 +66,27 @@ Result<EmlxFile::CountLine> EmlxFile::parseCountLine(std::string_view head) {
 }
 
 Result<EmlxFile> EmlxFile::read(const std::filesystem::path& path) {
-    auto bytes = RealFileLayer::instance().readWholeFile(path);
-    if (!bytes)
-        return bytes.error();
-    auto file = parse(std::move(bytes).value());
+    auto bytes = LUMETTA_TRY(RealFileLayer::instance().readWholeFile(path));
+    auto file = parse(std::move(bytes));
     if (!file)
         return makeError(path.string() + ": " + file.error().message);
     return file;
 }
 
 Result<EmlxFile> EmlxFile::parse(std::string bytes) {
-    auto line = parseCountLine(bytes);
-    if (!line)
-        return line.error();
+    auto line = LUMETTA_TRY(parseCountLine(bytes));
 
     EmlxFile file;
     file.bytes_ = std::move(bytes);
     const std::size_t size = file.bytes_.size();
-    const std::size_t present = size - line.value().length;
-    file.messageOffset_ = line.value().length;
+    const std::size_t present = size - line.length;
+    file.messageOffset_ = line.length;
 
-    if (line.value().count > present) {
+    if (line.count > present) {
         file.condition_ = Condition::Truncated;
         file.messageLength_ = present;
         // Saturates rather than wraps: a count near 2^64 must still lie past the end.
-        const std::uint64_t stated = line.value().count;
+        const std::uint64_t stated = line.count;
         file.tailOffset_ = stated > SIZE_MAX - file.messageOffset_ ? SIZE_MAX : file.messageOffset_ + stated;
         file.problem_ = "the message is shorter than its count line says (" + std::to_string(stated) +
                         " bytes stated, " + std::to_string(present) +
@@ -98,7 +94,7 @@ Result<EmlxFile> EmlxFile::parse(std::string bytes) {
         return file;
     }
 
-    file.messageLength_ = static_cast<std::size_t>(line.value().count);
+    file.messageLength_ = static_cast<std::size_t>(line.count);
     file.tailOffset_ = file.messageOffset_ + file.messageLength_;
     const std::string_view tail = file.rawTail();
     if (onlyWhiteSpace(tail)) {
@@ -130,15 +126,13 @@ Result<EmlxFile> EmlxFile::parse(std::string bytes) {
 }
 
 Result<std::string> EmlxFile::compose(std::string_view messageBytes, const Dictionary& plist) {
-    auto tail = tailBytes(plist);
-    if (!tail)
-        return tail.error();
+    auto tail = LUMETTA_TRY(tailBytes(plist));
     std::string count = std::to_string(messageBytes.size());
     if (count.size() < kCountWidth)
         count.append(kCountWidth - count.size(), ' ');
     std::string out;
-    out.reserve(count.size() + 1 + messageBytes.size() + tail.value().size());
-    out.append(count).append(1, '\n').append(messageBytes).append(tail.value());
+    out.reserve(count.size() + 1 + messageBytes.size() + tail.size());
+    out.append(count).append(1, '\n').append(messageBytes).append(tail);
     return out;
 }
 

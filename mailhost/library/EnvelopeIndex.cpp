@@ -77,22 +77,17 @@ std::string jsonList(std::span<const std::int64_t> rowids) {
 } // namespace
 
 Result<std::unique_ptr<EnvelopeIndex>> EnvelopeIndex::open(const std::filesystem::path& file) {
-    auto db = Database::open(file);
-    if (!db)
-        return db.error();
-    if (auto r = db.value()->exec(kSchema); !r)
+    auto db = LUMETTA_TRY(Database::open(file));
+    if (auto r = db->exec(kSchema); !r)
         return platform::makeError(file.string() + ": " + r.error().message, r.error().code);
-    return std::unique_ptr<EnvelopeIndex>(new EnvelopeIndex(std::move(db.value())));
+    return std::unique_ptr<EnvelopeIndex>(new EnvelopeIndex(std::move(db)));
 }
 
 Result<MailboxRecord> EnvelopeIndex::addMailbox(const std::string& name, bool sharded) {
     if (auto existing = mailboxNamed(name))
         return *existing;
-    auto s = db_->cached("INSERT INTO mailboxes (name, sharded) VALUES (?1, ?2)");
-    if (!s)
-        return s.error();
-    if (auto r = s.value()->bind(1, std::string_view(name)).bind(2, std::int64_t{sharded ? 1 : 0}).run(); !r)
-        return r.error();
+    auto s = LUMETTA_TRY(db_->cached("INSERT INTO mailboxes (name, sharded) VALUES (?1, ?2)"));
+    LUMETTA_TRY_VOID(s->bind(1, std::string_view(name)).bind(2, std::int64_t{sharded ? 1 : 0}).run());
     return MailboxRecord{db_->lastInsertRowId(), name, sharded};
 }
 
@@ -121,39 +116,33 @@ std::optional<MailboxRecord> EnvelopeIndex::mailbox(std::int64_t id) const {
 }
 
 Result<std::int64_t> EnvelopeIndex::insert(const Envelope& envelope) {
-    auto s = db_->cached(std::string("INSERT INTO messages (") + kColumns +
-                         ") VALUES (?11, ?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10)");
-    if (!s)
-        return s.error();
-    bindEnvelope(*s.value(), envelope);
+    auto s = LUMETTA_TRY(db_->cached(std::string("INSERT INTO messages (") + kColumns +
+                                     ") VALUES (?11, ?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10)"));
+    bindEnvelope(*s, envelope);
     if (envelope.rowid > 0)
-        s.value()->bind(11, envelope.rowid);
+        s->bind(11, envelope.rowid);
     else
-        s.value()->bindNull(11);
-    if (auto r = s.value()->run(); !r)
-        return r.error();
+        s->bindNull(11);
+    LUMETTA_TRY_VOID(s->run());
     return db_->lastInsertRowId();
 }
 
 Result<void> EnvelopeIndex::update(const Envelope& envelope) {
-    auto s = db_->cached("UPDATE messages SET mailbox = ?1, message_id = ?2, subject = ?3, sender = ?4, "
-                         "recipients = ?5, date_sent = ?6, date_received = ?7, flags = ?8, remote_id = ?9, "
-                         "partial = ?10 WHERE ROWID = ?11");
-    if (!s)
-        return s.error();
-    bindEnvelope(*s.value(), envelope);
-    s.value()->bind(11, envelope.rowid);
-    return s.value()->run();
+    auto s = LUMETTA_TRY(
+        db_->cached("UPDATE messages SET mailbox = ?1, message_id = ?2, subject = ?3, sender = ?4, "
+                    "recipients = ?5, date_sent = ?6, date_received = ?7, flags = ?8, remote_id = ?9, "
+                    "partial = ?10 WHERE ROWID = ?11"));
+    bindEnvelope(*s, envelope);
+    s->bind(11, envelope.rowid);
+    return s->run();
 }
 
 Result<void> EnvelopeIndex::updateFlags(std::span<const std::pair<std::int64_t, std::uint64_t>> flagsByRow) {
     return db_->transaction([&]() -> Result<void> {
-        auto s = db_->cached("UPDATE messages SET flags = ?1 WHERE ROWID = ?2");
-        if (!s)
-            return s.error();
+        auto s = LUMETTA_TRY(db_->cached("UPDATE messages SET flags = ?1 WHERE ROWID = ?2"));
         for (const auto& [rowid, flags] : flagsByRow) {
-            s.value()->reset();
-            if (auto r = s.value()->bind(1, static_cast<std::int64_t>(flags)).bind(2, rowid).run(); !r)
+            s->reset();
+            if (auto r = s->bind(1, static_cast<std::int64_t>(flags)).bind(2, rowid).run(); !r)
                 return r;
         }
         return {};
@@ -161,10 +150,8 @@ Result<void> EnvelopeIndex::updateFlags(std::span<const std::pair<std::int64_t, 
 }
 
 Result<void> EnvelopeIndex::remove(std::int64_t rowid) {
-    auto s = db_->cached("DELETE FROM messages WHERE ROWID = ?1");
-    if (!s)
-        return s.error();
-    return s.value()->bind(1, rowid).run();
+    auto s = LUMETTA_TRY(db_->cached("DELETE FROM messages WHERE ROWID = ?1"));
+    return s->bind(1, rowid).run();
 }
 
 std::vector<Envelope> EnvelopeIndex::query(const std::string& where, std::int64_t arg) const {

@@ -18,10 +18,8 @@ constexpr std::uint64_t kOneRead = 16 * 1024;
 
 Result<std::string> readAt(FileLayer& files, int fd, std::uint64_t offset, std::uint64_t size) {
     std::string bytes(static_cast<std::size_t>(size), '\0');
-    auto n = files.pread(fd, bytes.data(), bytes.size(), offset);
-    if (!n)
-        return n.error();
-    if (n.value() != bytes.size())
+    auto n = LUMETTA_TRY(files.pread(fd, bytes.data(), bytes.size(), offset));
+    if (n != bytes.size())
         return makeError("the file became shorter while it was read", TailSite::kNotAsExpected);
     return bytes;
 }
@@ -49,14 +47,13 @@ Result<TailSite> TailSite::ofBytes(std::string_view file, std::uint64_t tailOffs
                                    std::size_t keepOldTailUpTo) {
     if (tailOffset > file.size())
         return makeError("the file is shorter than the expected start of its property list", kNotAsExpected);
-    auto line = checkCountLine(file.substr(0, std::min(file.size(), EmlxFile::kMaxCountLine)), tailOffset);
-    if (!line)
-        return line.error();
+    auto line = LUMETTA_TRY(
+        checkCountLine(file.substr(0, std::min(file.size(), EmlxFile::kMaxCountLine)), tailOffset));
     TailSite site;
     site.fileSize = file.size();
-    const auto spanStart = static_cast<std::size_t>(fingerprintStart(line.value(), tailOffset));
+    const auto spanStart = static_cast<std::size_t>(fingerprintStart(line, tailOffset));
     site.fingerprint =
-        Crc32::update(Crc32::of(file.substr(0, line.value().length)),
+        Crc32::update(Crc32::of(file.substr(0, line.length)),
                       file.substr(spanStart, static_cast<std::size_t>(tailOffset) - spanStart));
     if (file.size() - tailOffset <= keepOldTailUpTo)
         site.oldTail = std::string(file.substr(static_cast<std::size_t>(tailOffset)));
@@ -65,11 +62,9 @@ Result<TailSite> TailSite::ofBytes(std::string_view file, std::uint64_t tailOffs
 
 Result<TailSite> TailSite::inspect(FileLayer& files, int fd, std::uint64_t tailOffset,
                                    std::size_t keepOldTailUpTo) {
-    auto status = files.fstat(fd);
-    if (!status)
-        return status.error();
+    auto status = LUMETTA_TRY(files.fstat(fd));
     TailSite site;
-    site.fileSize = status.value().size;
+    site.fileSize = status.size;
     if (tailOffset > site.fileSize)
         return makeError("the file is shorter (" + std::to_string(site.fileSize) +
                              " bytes) than the expected start of its property list (" +
@@ -77,31 +72,25 @@ Result<TailSite> TailSite::inspect(FileLayer& files, int fd, std::uint64_t tailO
                          kNotAsExpected);
 
     const bool whole = site.fileSize <= kOneRead;
-    auto head =
+    auto head = LUMETTA_TRY(
         readAt(files, fd, 0,
-               whole ? site.fileSize : std::min<std::uint64_t>(site.fileSize, EmlxFile::kMaxCountLine));
-    if (!head)
-        return head.error();
-    auto line = checkCountLine(head.value(), tailOffset);
-    if (!line)
-        return line.error();
+               whole ? site.fileSize : std::min<std::uint64_t>(site.fileSize, EmlxFile::kMaxCountLine)));
+    auto line = LUMETTA_TRY(checkCountLine(head, tailOffset));
 
-    const std::uint64_t spanStart = fingerprintStart(line.value(), tailOffset);
+    const std::uint64_t spanStart = fingerprintStart(line, tailOffset);
     const std::uint64_t tailSize = site.fileSize - tailOffset;
     const bool keepTail = tailSize <= keepOldTailUpTo;
     std::string rest;
     if (whole) {
-        rest = head.value().substr(static_cast<std::size_t>(spanStart));
+        rest = head.substr(static_cast<std::size_t>(spanStart));
     } else {
-        auto read = readAt(files, fd, spanStart, (keepTail ? site.fileSize : tailOffset) - spanStart);
-        if (!read)
-            return read.error();
-        rest = std::move(read).value();
+        auto read =
+            LUMETTA_TRY(readAt(files, fd, spanStart, (keepTail ? site.fileSize : tailOffset) - spanStart));
+        rest = std::move(read);
     }
     const std::string_view region =
         std::string_view(rest).substr(0, static_cast<std::size_t>(tailOffset - spanStart));
-    site.fingerprint =
-        Crc32::update(Crc32::of(std::string_view(head.value()).substr(0, line.value().length)), region);
+    site.fingerprint = Crc32::update(Crc32::of(std::string_view(head).substr(0, line.length)), region);
     if (keepTail)
         site.oldTail = rest.substr(static_cast<std::size_t>(tailOffset - spanStart));
     return site;

@@ -75,8 +75,7 @@ void TailWriter::unlock() {
 
 Result<TailWriter::BatchResult> TailWriter::write(std::span<const TailWrite> batch,
                                                   const Committed& committed) {
-    if (auto locked = lock(); !locked)
-        return locked.error();
+    LUMETTA_TRY_VOID(lock());
     auto result = writeLocked(batch, committed);
     unlock();
     return result;

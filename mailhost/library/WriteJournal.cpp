@@ -248,8 +248,7 @@ Result<WriteJournal::ReplayReport> WriteJournal::replayPending() {
         platform::Log::line("Write journal: dropped an unfinished batch of " +
                             std::to_string(contents.records.size()) + " property-list writes in " +
                             path().string() + "; no message file had been changed");
-        if (auto retired = retire(false); !retired)
-            return retired.error();
+        LUMETTA_TRY_VOID(retire(false));
         return report;
     }
 
@@ -273,8 +272,7 @@ Result<WriteJournal::ReplayReport> WriteJournal::replayPending() {
                              std::to_string(failed) +
                              " files failed; they are tried again next time): " + firstError.message,
                          firstError.code);
-    if (auto retired = retire(report.applied > 0); !retired)
-        return retired.error();
+    LUMETTA_TRY_VOID(retire(report.applied > 0));
     platform::Log::line("Write journal: completed an unfinished batch: " + std::to_string(report.applied) +
                         " message files written, " + std::to_string(report.skipped) + " left alone");
     return report;
@@ -288,8 +286,7 @@ Result<WriteJournal::ReplayReport> WriteJournal::replay(const std::filesystem::p
     if (!std::filesystem::exists(std::filesystem::symlink_status(root / kFileName, ec)))
         return ReplayReport{};
     WriteJournal journal(root, files);
-    if (auto locked = journal.lock(); !locked)
-        return locked.error();
+    LUMETTA_TRY_VOID(journal.lock());
     auto report = journal.replayPending();
     journal.unlock();
     return report;

@@ -60,17 +60,14 @@ Result<std::unique_ptr<Library>> Library::open(const fs::path& root, bool create
         return platform::makeError("no mail library at " + root.string() +
                                    " (run 'lumetta init' to make one)");
     // Mail is private: folders made for the library are its owner's alone.
-    if (auto made = platform::PrivateFolder::create(root); !made)
-        return made.error();
+    LUMETTA_TRY_VOID(platform::PrivateFolder::create(root));
     // A batch of tail writes that a crash interrupted is finished before anything reads.
     auto replay = WriteJournal::replay(root, files);
     if (!replay)
         return platform::makeError("cannot finish the interrupted write in " + root.string() + ": " +
                                    replay.error().message);
-    auto index = EnvelopeIndex::open(layout.envelopeIndexPath());
-    if (!index)
-        return index.error();
-    std::unique_ptr<Library> library(new Library(root, std::move(index.value()), files));
+    auto index = LUMETTA_TRY(EnvelopeIndex::open(layout.envelopeIndexPath()));
+    std::unique_ptr<Library> library(new Library(root, std::move(index), files));
     library->reloadFlagsFromFiles(replay.value().paths);
     // Searching is a convenience over the files: a library whose metadata index cannot be
     // opened still reads and writes mail.
@@ -87,8 +84,7 @@ Result<std::unique_ptr<Library>> Library::open(const fs::path& root, bool create
     }
     if (create && withStandardMailboxes)
         for (const auto& name : kStandardMailboxes)
-            if (auto box = library->createMailbox(name); !box)
-                return box.error();
+            LUMETTA_TRY_VOID(library->createMailbox(name));
     currentLibrary.store(library.get());
     // Files whose index entries may differ from them: those the replayed batch wrote,
     // and those a process that ended mid-change had mirrored ahead of their files.
@@ -119,8 +115,7 @@ void Library::bringIndexInStep(const std::vector<std::string>& paths) {
 }
 
 Result<MailboxRecord> Library::createMailbox(const std::string& name) {
-    if (auto valid = MailboxName::check(name); !valid)
-        return valid.error();
+    LUMETTA_TRY_VOID(MailboxName::check(name));
     if (auto made = platform::PrivateFolder::create(layout_.mailboxFolder(name) / "Messages"); !made)
         return platform::makeError("cannot create mailbox " + name + ": " + made.error().message,
                                    made.error().code);
@@ -220,10 +215,7 @@ Result<std::shared_ptr<LibraryMessage>> Library::addMessage(const std::string& m
     envelope.flags = flags;
     envelope.dateReceived = dateReceived;
     MessageEnvelope::addHeaders(envelope, bytes);
-    auto rowid = index_->insert(envelope);
-    if (!rowid)
-        return rowid.error();
-    envelope.rowid = rowid.value();
+    envelope.rowid = LUMETTA_TRY(index_->insert(envelope));
     auto message = makeMessage(envelope, *box);
     Dictionary plist = properties.mutableCopy();
     plist.set("date-received", unixSeconds(dateReceived));

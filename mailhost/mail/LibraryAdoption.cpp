@@ -68,10 +68,8 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptLibrary(const fs::path& fo
     if (!hasMailbox)
         return platform::makeError(folder.string() +
                                    " holds no mailboxes (<Name>.mbox folders): not a mail folder");
-    auto opened = Library::open(folder, true, false);
-    if (!opened)
-        return opened.error();
-    Library& library = *opened.value();
+    auto opened = LUMETTA_TRY(Library::open(folder, true, false));
+    Library& library = *opened;
     const LibraryLayout& layout = library.layout();
     Report report;
     std::set<std::string> boxes;
@@ -91,12 +89,10 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptLibrary(const fs::path& fo
             report.skipped.push_back(file.string() + ": " + problem);
             continue;
         }
-        auto box = library.index().addMailbox(where->mailbox, where->sharded);
-        if (!box)
-            return box.error();
+        auto box = LUMETTA_TRY(library.index().addMailbox(where->mailbox, where->sharded));
         boxes.insert(where->mailbox);
         envelope->rowid = where->rowid;
-        envelope->mailbox = box.value().id;
+        envelope->mailbox = box.id;
         envelope->partial = where->partial;
         if (library.index().message(where->rowid))
             continue; // adopted before: the file is already known
@@ -108,16 +104,14 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptLibrary(const fs::path& fo
             indexed.push_back(file.string());
         if (++report.messages % 1000 == 0) {
             library.indexer().announceIndexedFiles(std::exchange(indexed, {}));
-            if (auto r = bulk->commit(); !r)
-                return r.error();
+            LUMETTA_TRY_VOID(bulk->commit());
             bulk = std::make_unique<Library::BulkAdd>(library);
             if (progress)
                 progress(report.messages);
         }
     }
     library.indexer().announceIndexedFiles(indexed);
-    if (auto r = bulk->commit(); !r)
-        return r.error();
+    LUMETTA_TRY_VOID(bulk->commit());
     report.mailboxes = boxes.size();
     return report;
 }
@@ -127,9 +121,7 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptMailbox(Library& library, 
                                                               const Progress& progress) {
     if (!isMailboxFolder(folder))
         return platform::makeError(folder.string() + " holds no Messages folder: not a mailbox");
-    auto box = library.createMailbox(name);
-    if (!box)
-        return box.error();
+    auto box = LUMETTA_TRY(library.createMailbox(name));
     Report report;
     report.mailboxes = 1;
     std::vector<std::string> indexed;
@@ -151,7 +143,7 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptMailbox(Library& library, 
         }
         // A row number already in use gets a new one, and the file a new name.
         envelope->rowid = library.index().message(rowid) ? 0 : rowid;
-        envelope->mailbox = box.value().id;
+        envelope->mailbox = box.id;
         envelope->partial = partial;
         auto inserted = library.index().insert(*envelope);
         if (!inserted) {

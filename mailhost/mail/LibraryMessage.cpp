@@ -56,10 +56,8 @@ const std::filesystem::path& LibraryMessage::path() const {
 }
 
 platform::Result<std::string> LibraryMessage::messageBytes() const {
-    auto file = EmlxFile::read(path());
-    if (!file)
-        return file.error();
-    return std::string(file.value().messageBytes());
+    auto file = LUMETTA_TRY(EmlxFile::read(path()));
+    return std::string(file.messageBytes());
 }
 
 platform::Result<std::string> LibraryMessage::headerBytes() const {

@@ -182,10 +182,7 @@ Result<std::size_t> LibraryStore::rebuildFromDisk() {
     const auto box = index.mailboxNamed(mailbox_);
     if (!box)
         return platform::makeError("no mailbox named \"" + mailbox_ + "\"");
-    auto scanned = scanMailbox(layout, *box);
-    if (!scanned)
-        return scanned.error();
-    const auto& found = scanned.value();
+    const auto found = LUMETTA_TRY(scanMailbox(layout, *box));
     skipped_.clear();
 
     // Files are read before the index is locked; the changes then go in as one
@@ -241,8 +238,7 @@ Result<std::size_t> LibraryStore::rebuildFromDisk() {
             if (auto r = index.update(e); !r)
                 return r;
         for (const Envelope& e : added)
-            if (auto r = index.insert(e); !r)
-                return r.error();
+            LUMETTA_TRY_VOID(index.insert(e));
         return {};
     });
     if (!applied)

@@ -37,24 +37,22 @@ double MessageEnvelope::dateReceived(const platform::Dictionary& plist, const fs
 }
 
 platform::Result<MessageEnvelope::FromFile> MessageEnvelope::fromFile(const fs::path& file) {
-    auto read = EmlxFile::read(file);
-    if (!read)
-        return read.error();
+    auto read = LUMETTA_TRY(EmlxFile::read(file));
     // Its counted bytes are only part of the message: taken as the message, they would
     // hide the rest, and the next save would write over it.
-    if (read.value().condition() == EmlxFile::Condition::Miscounted)
-        return platform::makeError(read.value().problem());
+    if (read.condition() == EmlxFile::Condition::Miscounted)
+        return platform::makeError(read.problem());
     FromFile out;
-    const platform::Dictionary plist = read.value().plist();
+    const platform::Dictionary plist = read.plist();
     out.knowsFlags = plist.contains("flags");
     out.envelope.flags = plist.get("flags").unsignedValue();
     out.envelope.remoteID = plist.get("remote-id").stringValue();
     out.envelope.dateReceived = dateReceived(plist, file);
-    addHeaders(out.envelope, read.value().messageBytes());
+    addHeaders(out.envelope, read.messageBytes());
     if (out.envelope.dateSent == 0 && plist.get("date-sent").isNumber())
         out.envelope.dateSent = platform::Date::fromUnix(plist.get("date-sent").doubleValue()).seconds;
-    if (!read.value().ok())
-        out.problem = read.value().problem();
+    if (!read.ok())
+        out.problem = read.problem();
     return out;
 }
 

@@ -50,10 +50,8 @@ Object* RecoveredMessage::hostInitWithPath(Object* self, Sel, std::string path) 
 }
 
 platform::Result<std::string> RecoveredMessage::messageBytes() const {
-    auto file = EmlxFile::read(path_);
-    if (!file)
-        return file.error();
-    return std::string(file.value().messageBytes());
+    auto file = LUMETTA_TRY(EmlxFile::read(path_));
+    return std::string(file.messageBytes());
 }
 
 } // namespace mailhost

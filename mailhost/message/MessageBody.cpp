@@ -306,11 +306,8 @@ MessageBody& MessageBody::operator=(MessageBody&&) noexcept = default;
 MessageBody::~MessageBody() = default;
 
 platform::Result<MessageBody> MessageBody::parse(std::string_view messageBytes) {
-    auto message = gmime::parseMessage(messageBytes);
-    if (!message) {
-        return message.error();
-    }
-    return MessageBody(std::make_unique<Parsed>(Parsed{std::move(message).value()}));
+    auto message = LUMETTA_TRY(gmime::parseMessage(messageBytes));
+    return MessageBody(std::make_unique<Parsed>(Parsed{std::move(message)}));
 }
 
 std::string MessageBody::text() const {
@@ -348,22 +345,16 @@ std::vector<AttachmentInfo> MessageBody::attachments() const {
 }
 
 platform::Result<std::string> MessageBody::textContent(std::string_view messageBytes) {
-    auto body = parse(messageBytes);
-    if (!body) {
-        return body.error();
-    }
-    return body.value().text();
+    auto body = LUMETTA_TRY(parse(messageBytes));
+    return body.text();
 }
 
 platform::Result<std::string> MessageBody::removingAttachments(std::string_view messageBytes) {
-    auto message = gmime::parseMessage(messageBytes);
-    if (!message) {
-        return message.error();
-    }
-    if (replaceInMessage(message.value().get(), 0) == 0) {
+    auto message = LUMETTA_TRY(gmime::parseMessage(messageBytes));
+    if (replaceInMessage(message.get(), 0) == 0) {
         return std::string(messageBytes);
     }
-    return gmime::serialise(GMIME_OBJECT(message.value().get()));
+    return gmime::serialise(GMIME_OBJECT(message.get()));
 }
 
 std::string MessageBody::describeSize(std::uint64_t bytes) {

@@ -79,10 +79,7 @@ platform::Result<MessageHeaders> MessageHeaders::parse(std::string_view messageB
     if (block.empty() || block.front() == '\n' || block.starts_with("\r\n")) {
         return platform::makeError("the message has no header fields");
     }
-    auto message = gmime::parseMessage(block);
-    if (!message) {
-        return message.error();
-    }
+    auto message = LUMETTA_TRY(gmime::parseMessage(block));
     // GMime files the Content-* fields under the body part and the rest under the
     // message; their offsets in the input restore the order the sender wrote.
     std::vector<GMimeHeader*> all;
@@ -93,8 +90,8 @@ platform::Result<MessageHeaders> MessageHeaders::parse(std::string_view messageB
             all.push_back(g_mime_header_list_get_header_at(list, i));
         }
     };
-    gather(GMIME_OBJECT(message.value().get()));
-    if (GMimeObject* body = g_mime_message_get_mime_part(message.value().get())) {
+    gather(GMIME_OBJECT(message.get()));
+    if (GMimeObject* body = g_mime_message_get_mime_part(message.get())) {
         gather(body);
     }
     std::stable_sort(all.begin(), all.end(), [](GMimeHeader* a, GMimeHeader* b) {

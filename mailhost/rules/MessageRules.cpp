@@ -41,11 +41,8 @@ Result<void> MessageRules::take(const platform::Value& contents) {
 
 Result<MessageRules> MessageRules::open(const fs::path& libraryRoot, bool forEditing) {
     MessageRules store(libraryRoot);
-    auto contents = store.file_.read(forEditing);
-    if (!contents)
-        return contents.error();
-    if (auto taken = store.take(contents.value()); !taken)
-        return taken.error();
+    auto contents = LUMETTA_TRY(store.file_.read(forEditing));
+    LUMETTA_TRY_VOID(store.take(contents));
     return store;
 }
 
