@@ -28,27 +28,20 @@ Result<ToDoProperties> toDoProperties(const AEDesc& record) {
         const AEDesc* value = record.param(code);
         if (value == nullptr)
             continue;
-        auto text = DescValues::text(*value);
-        if (!text)
-            return text.error();
+        auto text = LUMETTA_TRY(DescValues::text(*value));
         (code == pSummary ? properties.summary
          : code == pNotes ? properties.description
-                          : properties.url) = text.value();
+                          : properties.url) = text;
     }
     for (OSType code : {pDueDate, pCompletionDate}) {
         const AEDesc* value = record.param(code);
         if (value == nullptr)
             continue;
-        auto date = DescValues::date(*value);
-        if (!date)
-            return date.error();
-        (code == pDueDate ? properties.dueDate : properties.completionDate) = date.value();
+        auto date = LUMETTA_TRY(DescValues::date(*value));
+        (code == pDueDate ? properties.dueDate : properties.completionDate) = date;
     }
     if (const AEDesc* value = record.param(pPriority)) {
-        auto priority = DescValues::priority(*value);
-        if (!priority)
-            return priority.error();
-        properties.priority = priority.value();
+        properties.priority = LUMETTA_TRY(DescValues::priority(*value));
     }
     return properties;
 }
@@ -103,10 +96,7 @@ Result<ObjectRef> MakeHandler::container(const AEDesc* insertHere, OSType newCla
         const AEDesc* from = target.param(keyAEContainer);
         target = from != nullptr ? AEDesc(*from) : AEDesc::null();
     }
-    auto resolution = context_.resolver.resolve(target);
-    if (!resolution)
-        return resolution.error();
-    const Resolution& found = resolution.value();
+    const Resolution found = LUMETTA_TRY(context_.resolver.resolve(target));
     if (found.plural || found.property != 0 || found.objects.size() != 1 || found.objects[0].kind != needed)
         return cannotMake(newClass, "it can only be made in " + place, errAEEventFailed);
     return found.objects[0];
@@ -116,20 +106,16 @@ Result<ObjectRef> MakeHandler::makeCalendar(const AEDesc& properties) const {
     const AEDesc* nameDesc = properties.param(pName);
     if (nameDesc == nullptr)
         return cannotMake(cCalendar, "it needs a name", errAEParamMissed);
-    auto name = DescValues::text(*nameDesc);
-    if (!name)
-        return name.error();
-    auto calendar = context_.store.createCalendar(name.value().value_or(""));
+    auto name = LUMETTA_TRY(DescValues::text(*nameDesc));
+    auto calendar = context_.store.createCalendar(name.value_or(""));
     if (!calendar)
         return StoreStatus::toEventError(calendar.error());
     return ObjectRef::forCalendar(calendar.value().name);
 }
 
 Result<ObjectRef> MakeHandler::makeToDo(const ObjectRef& calendar, const AEDesc& properties) const {
-    auto values = toDoProperties(properties);
-    if (!values)
-        return values.error();
-    auto toDo = context_.store.createToDo(calendar.calendar, values.value());
+    auto values = LUMETTA_TRY(toDoProperties(properties));
+    auto toDo = context_.store.createToDo(calendar.calendar, values);
     if (!toDo)
         return StoreStatus::toEventError(toDo.error());
     return ObjectRef::forToDo(std::make_shared<const ToDo>(std::move(toDo.value())));
@@ -139,12 +125,10 @@ Result<ObjectRef> MakeHandler::makeDisplayAlarm(const ObjectRef& toDo, const AED
     const AEDesc* trigger = properties.param(pTriggerDate);
     if (trigger == nullptr)
         return cannotMake(cDisplayAlarm, "it needs a trigger date", errAEParamMissed);
-    auto date = DescValues::date(*trigger);
+    auto date = LUMETTA_TRY(DescValues::date(*trigger));
     if (!date)
-        return date.error();
-    if (!date.value())
         return cannotMake(cDisplayAlarm, "it needs a trigger date", errAEParamMissed);
-    auto changed = context_.store.addDisplayAlarm(toDo.uid, *date.value());
+    auto changed = context_.store.addDisplayAlarm(toDo.uid, *date);
     if (!changed)
         return StoreStatus::toEventError(changed.error());
     auto snapshot = std::make_shared<const ToDo>(std::move(changed.value()));

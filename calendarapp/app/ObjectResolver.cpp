@@ -134,12 +134,10 @@ Result<std::vector<ObjectRef>> ObjectResolver::elements(const ObjectRef& contain
         for (ToDo& toDo : listing.value().toDos)
             found.push_back(ObjectRef::forToDo(std::make_shared<const ToDo>(std::move(toDo))));
     } else {
-        auto toDo = reader_.toDoOf(container);
-        if (!toDo)
-            return toDo.error();
+        auto toDo = LUMETTA_TRY(reader_.toDoOf(container));
         ObjectRef pinned = container;
-        pinned.toDo = toDo.value();
-        for (std::size_t i = 0; i < toDo.value()->displayAlarms.size(); ++i)
+        pinned.toDo = toDo;
+        for (std::size_t i = 0; i < toDo->displayAlarms.size(); ++i)
             found.push_back(ObjectRef::forDisplayAlarm(pinned, i));
     }
     return found;
@@ -161,18 +159,16 @@ Result<Resolution> ObjectResolver::byIndex(const Resolution& container, OSType w
     const std::string what = Vocabulary::className(want);
     std::vector<ObjectRef> pool;
     if (seld.descriptorType() == typeAbsoluteOrdinal) {
-        auto all = elementsOfAll(container, want);
-        if (!all)
-            return all.error();
+        auto all = LUMETTA_TRY(elementsOfAll(container, want));
         const OSType ordinal = seld.osTypeValue().value_or(0);
         if (ordinal == kAEAll)
-            return plural(std::move(all.value()));
+            return plural(std::move(all));
         if (ordinal != kAEFirst && ordinal != kAELast)
             return platform::makeError("The ordinal " + osTypeString(ordinal) + " is not offered.",
                                        errAEBadKeyForm);
-        if (all.value().empty())
+        if (all.empty())
             return noSuchObject((ordinal == kAEFirst ? "first " : "last ") + what + ofContainer(container));
-        return single(ordinal == kAEFirst ? all.value().front() : all.value().back());
+        return single(ordinal == kAEFirst ? all.front() : all.back());
     }
     const auto index = seld.int32Value();
     if (!index)
@@ -185,10 +181,7 @@ Result<Resolution> ObjectResolver::byIndex(const Resolution& container, OSType w
     if (fromList) {
         pool = container.objects;
     } else {
-        auto all = elementsOfAll(container, want);
-        if (!all)
-            return all.error();
-        pool = std::move(all.value());
+        pool = LUMETTA_TRY(elementsOfAll(container, want));
     }
     const auto count = static_cast<std::int64_t>(pool.size());
     const std::int64_t position = *index > 0 ? *index - 1 : count + *index;
@@ -237,19 +230,13 @@ Result<Resolution> ObjectResolver::byUid(const Resolution& container, OSType wan
 
 Result<Resolution> ObjectResolver::byTest(const Resolution& container, OSType want,
                                           const AEDesc& seld) const {
-    auto test = TestClause::parse(seld);
-    if (!test)
-        return test.error();
+    auto test = LUMETTA_TRY(TestClause::parse(seld));
     const bool ofToDos = allCalendars(container) && (want == cToDo || want == cAnyObject);
-    auto candidates = ofToDos ? toDoCandidates(container, test.value()) : elementsOfAll(container, want);
-    if (!candidates)
-        return candidates.error();
+    auto candidates = LUMETTA_TRY(ofToDos ? toDoCandidates(container, test) : elementsOfAll(container, want));
     std::vector<ObjectRef> passed;
-    for (ObjectRef& candidate : candidates.value()) {
-        auto matches = test.value().matches(candidate, reader_);
-        if (!matches)
-            return matches.error();
-        if (matches.value())
+    for (ObjectRef& candidate : candidates) {
+        auto matches = LUMETTA_TRY(test.matches(candidate, reader_));
+        if (matches)
             passed.push_back(std::move(candidate));
     }
     return plural(std::move(passed));

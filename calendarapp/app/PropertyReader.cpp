@@ -80,10 +80,8 @@ Result<PropertyValue> PropertyReader::value(const ObjectRef& object, OSType prop
 }
 
 Result<PropertyValue> PropertyReader::toDoValue(const ObjectRef& object, OSType property) const {
-    auto snapshot = toDoOf(object);
-    if (!snapshot)
-        return snapshot.error();
-    const ToDo& toDo = *snapshot.value();
+    auto snapshot = LUMETTA_TRY(toDoOf(object));
+    const ToDo& toDo = *snapshot;
     if (object.kind == Kind::DisplayAlarm) {
         if (object.alarmIndex >= toDo.displayAlarms.size())
             return platform::makeError("Can't get " + object.description() + ".", errAENoSuchObject);
@@ -119,25 +117,18 @@ Result<PropertyValue> PropertyReader::toDoValue(const ObjectRef& object, OSType 
 
 Result<AEDesc> PropertyReader::descriptor(const ObjectRef& object, OSType property) const {
     if (property != pAllProperties) {
-        auto single = value(object, property);
-        if (!single)
-            return single.error();
-        return single.value().descriptor();
+        auto single = LUMETTA_TRY(value(object, property));
+        return single.descriptor();
     }
     // One read of the to-do serves every property of the record.
     ObjectRef pinned = object;
     if (object.kind == Kind::ToDo || object.kind == Kind::DisplayAlarm) {
-        auto snapshot = toDoOf(object);
-        if (!snapshot)
-            return snapshot.error();
-        pinned.toDo = snapshot.value();
+        pinned.toDo = LUMETTA_TRY(toDoOf(object));
     }
     AEDesc record = AEDesc::record();
     for (OSType code : propertiesOf(object.kind)) {
-        auto single = value(pinned, code);
-        if (!single)
-            return single.error();
-        record.setParam(code, single.value().descriptor());
+        auto single = LUMETTA_TRY(value(pinned, code));
+        record.setParam(code, single.descriptor());
     }
     return record;
 }

@@ -37,12 +37,10 @@ Result<void> PropertyWriter::set(const ObjectRef& object, OSType property, const
         return setToDo(object, property, value);
     if (object.kind != Kind::DisplayAlarm || property != pTriggerDate)
         return cannotSet(object, property, "it is read-only", errAENotModifiable);
-    auto date = DescValues::date(value);
+    auto date = LUMETTA_TRY(DescValues::date(value));
     if (!date)
-        return date.error();
-    if (!date.value())
         return cannotSet(object, property, "an alarm needs a date", errAECoercionFail);
-    return stored(store_.moveDisplayAlarm(object.uid, object.alarmIndex, *date.value()));
+    return stored(store_.moveDisplayAlarm(object.uid, object.alarmIndex, *date));
 }
 
 Result<void> PropertyWriter::setToDo(const ObjectRef& object, OSType property, const AEDesc& value) {
@@ -50,28 +48,22 @@ Result<void> PropertyWriter::setToDo(const ObjectRef& object, OSType property, c
     case pSummary:
     case pNotes:
     case pUrl: {
-        auto text = DescValues::text(value);
-        if (!text)
-            return text.error();
+        auto text = LUMETTA_TRY(DescValues::text(value));
         if (property == pSummary)
-            return stored(store_.setSummary(object.uid, text.value()));
+            return stored(store_.setSummary(object.uid, text));
         if (property == pNotes)
-            return stored(store_.setDescription(object.uid, text.value()));
-        return stored(store_.setUrl(object.uid, text.value()));
+            return stored(store_.setDescription(object.uid, text));
+        return stored(store_.setUrl(object.uid, text));
     }
     case pDueDate:
     case pCompletionDate: {
-        auto date = DescValues::date(value);
-        if (!date)
-            return date.error();
-        return stored(property == pDueDate ? store_.setDueDate(object.uid, date.value())
-                                           : store_.setCompletionDate(object.uid, date.value()));
+        auto date = LUMETTA_TRY(DescValues::date(value));
+        return stored(property == pDueDate ? store_.setDueDate(object.uid, date)
+                                           : store_.setCompletionDate(object.uid, date));
     }
     case pPriority: {
-        auto priority = DescValues::priority(value);
-        if (!priority)
-            return priority.error();
-        return stored(store_.setPriority(object.uid, priority.value()));
+        auto priority = LUMETTA_TRY(DescValues::priority(value));
+        return stored(store_.setPriority(object.uid, priority));
     }
     default:
         return cannotSet(object, property, "it is read-only", errAENotModifiable);

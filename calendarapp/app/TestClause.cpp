@@ -103,10 +103,8 @@ Result<Node> parseNode(const AEDesc& test, std::size_t depth) {
         return badTest("an unknown logical operator", test);
     }
     for (std::size_t i = 1; i <= terms->count(); ++i) {
-        auto term = parseNode(*terms->item(i), depth + 1);
-        if (!term)
-            return term.error();
-        node.terms.push_back(std::move(term.value()));
+        auto term = LUMETTA_TRY(parseNode(*terms->item(i), depth + 1));
+        node.terms.push_back(std::move(term));
     }
     return node;
 }
@@ -167,10 +165,8 @@ bool compare(const Node& node, const PropertyValue& value) {
 Result<bool> evaluate(const Node& node, const ObjectRef& object, const PropertyReader& reader) {
     switch (node.kind) {
     case Node::Kind::Compare: {
-        auto value = reader.value(object, node.property);
-        if (!value)
-            return value.error();
-        return compare(node, value.value());
+        auto value = LUMETTA_TRY(reader.value(object, node.property));
+        return compare(node, value);
     }
     case Node::Kind::Not: {
         auto inner = evaluate(node.terms.front(), object, reader);
@@ -212,10 +208,8 @@ const Node* requiredComparison(const Node& node, OSType property, std::initializ
 } // namespace
 
 Result<TestClause> TestClause::parse(const AEDesc& test) {
-    auto root = parseNode(test, 0);
-    if (!root)
-        return root.error();
-    return TestClause(std::move(root.value()));
+    auto root = LUMETTA_TRY(parseNode(test, 0));
+    return TestClause(std::move(root));
 }
 
 Result<bool> TestClause::matches(const ObjectRef& object, const PropertyReader& reader) const {

@@ -63,10 +63,8 @@ platform::Result<std::vector<Calendar>> CalendarFolders::list() const {
 }
 
 platform::Result<Calendar> CalendarFolders::find(std::string_view name) const {
-    auto calendars = list();
-    if (!calendars)
-        return calendars.error();
-    for (const Calendar& calendar : calendars.value())
+    auto calendars = LUMETTA_TRY(list());
+    for (const Calendar& calendar : calendars)
         if (calendar.name == name)
             return calendar;
     return platform::makeError("no calendar named \"" + std::string(name) + "\"", ENOENT);
@@ -106,8 +104,7 @@ platform::Result<Calendar> CalendarFolders::create(std::string_view requested) {
     fs::create_directories(root_, ec);
     if (ec)
         return systemError("cannot create the calendar folder", root_, ec.value());
-    if (auto writable = checkWritable(root_); !writable)
-        return writable.error();
+    LUMETTA_TRY_VOID(checkWritable(root_));
     const std::string base = folderNameFor(name);
     for (int attempt = 1; attempt <= 1000; ++attempt) {
         const fs::path folder = root_ / (attempt == 1 ? base : base + "-" + std::to_string(attempt));

@@ -137,9 +137,7 @@ platform::Result<ContentLines> ContentLines::parse(std::string_view text) {
         firstNewline != std::string_view::npos && firstNewline > 0 && text[firstNewline - 1] == '\r' ? "\r\n"
                                                                                                      : "\n";
     result.lines_ = result.split(text);
-    auto toDo = findToDo(result.lines_);
-    if (!toDo)
-        return toDo.error();
+    LUMETTA_TRY_VOID(findToDo(result.lines_));
     return result;
 }
 

@@ -57,43 +57,35 @@ platform::Result<ToDo> ToDoCache::parse(const fs::path& file, const ItemFile::Co
 // seen is read straight away, its identity taken from the open file.
 platform::Result<ToDo> ToDoCache::load(const fs::path& file) {
     if (auto entry = entryFor(file); entry && entry->toDo) {
-        auto identity = ItemFile::identify(file);
-        if (!identity)
-            return identity.error();
-        if (entry->identity == identity.value())
+        auto identity = LUMETTA_TRY(ItemFile::identify(file));
+        if (entry->identity == identity)
             return *entry->toDo;
     }
-    auto contents = ItemFile::read(file);
-    if (!contents)
-        return contents.error();
-    return parse(file, contents.value());
+    auto contents = LUMETTA_TRY(ItemFile::read(file));
+    return parse(file, contents);
 }
 
 platform::Result<std::optional<ToDo>> ToDoCache::loadIfChangedAfter(const fs::path& file,
                                                                     platform::Date date) {
     if (auto entry = entryFor(file)) {
-        auto identity = ItemFile::identify(file);
-        if (!identity)
-            return identity.error();
-        if (entry->identity == identity.value()) {
+        auto identity = LUMETTA_TRY(ItemFile::identify(file));
+        if (entry->identity == identity) {
             if (entry->toDo)
                 return ifChangedAfter(*entry->toDo, entry->identity, date);
             if (entry->stampBound && !(*entry->stampBound > date))
                 return std::optional<ToDo>();
         }
     }
-    auto contents = ItemFile::read(file);
-    if (!contents)
-        return contents.error();
-    const FileIdentity& read = contents.value().identity;
+    auto contents = LUMETTA_TRY(ItemFile::read(file));
+    const FileIdentity& read = contents.identity;
     if (!(read.modified() > date)) {
-        const auto bound = StampBound::of(contents.value().bytes, read.modified());
+        const auto bound = StampBound::of(contents.bytes, read.modified());
         if (bound && !(*bound > date)) {
             remember(file, Entry{read, std::nullopt, bound});
             return std::optional<ToDo>();
         }
     }
-    return ifChangedAfter(parse(file, contents.value()), read, date);
+    return ifChangedAfter(parse(file, contents), read, date);
 }
 
 void ToDoCache::keepOnly(const fs::path& folder, const std::vector<fs::path>& present) {

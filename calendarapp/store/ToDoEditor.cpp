@@ -43,16 +43,12 @@ platform::Error invalid(std::string message) {
 } // namespace
 
 platform::Result<ToDoEditor> ToDoEditor::open(std::string_view bytes) {
-    auto parsed = ToDoParser::parse(bytes, platform::Date{});
-    if (!parsed)
-        return parsed.error();
-    auto lines = ContentLines::parse(bytes);
-    if (!lines)
-        return lines.error();
-    ToDoEditor editor(std::move(lines.value()));
+    auto parsed = LUMETTA_TRY(ToDoParser::parse(bytes, platform::Date{}));
+    auto lines = LUMETTA_TRY(ContentLines::parse(bytes));
+    ToDoEditor editor(std::move(lines));
     editor.opened_ = editor.lines_.text();
-    editor.uid_ = parsed.value().uid;
-    editor.summary_ = parsed.value().summary.value_or("");
+    editor.uid_ = parsed.uid;
+    editor.summary_ = parsed.summary.value_or("");
     return editor;
 }
 
@@ -67,10 +63,7 @@ platform::Result<std::string> ToDoEditor::compose(std::string_view uid, const To
     skeleton += format(icalproperty_new_uid(uidText.c_str()));
     skeleton += format(icalproperty_new_created(ICalTime::utc(now)));
     skeleton += "END:VTODO\r\nEND:VCALENDAR\r\n";
-    auto editor = open(skeleton);
-    if (!editor)
-        return editor.error();
-    ToDoEditor& e = editor.value();
+    ToDoEditor e = LUMETTA_TRY(open(skeleton));
     e.touch(now);
     e.lines_.replace("SEQUENCE", format(icalproperty_new_sequence(0)));
     e.lines_.replace("STATUS", format(icalproperty_new_status(ICAL_STATUS_NEEDSACTION)));

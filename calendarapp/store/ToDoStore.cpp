@@ -78,28 +78,24 @@ Result<ToDo> ToDoStore::load(const fs::path& file, const Calendar& calendar) con
 }
 
 Result<ToDoListing> ToDoStore::toDos(const Calendar& calendar) const {
-    auto files = CalendarFolders::itemFiles(calendar.folder);
-    if (!files)
-        return files.error();
+    auto files = LUMETTA_TRY(CalendarFolders::itemFiles(calendar.folder));
     ToDoListing listing;
-    listing.toDos.reserve(files.value().size());
-    for (const fs::path& file : files.value()) {
+    listing.toDos.reserve(files.size());
+    for (const fs::path& file : files) {
         auto toDo = load(file, calendar);
         if (toDo)
             listing.toDos.push_back(std::move(toDo.value()));
         else
             listing.skipped.push_back(toDo.error());
     }
-    cache_->keepOnly(calendar.folder, files.value());
+    cache_->keepOnly(calendar.folder, files);
     return listing;
 }
 
 Result<ToDoListing> ToDoStore::allToDos() const {
-    auto calendarList = calendars();
-    if (!calendarList)
-        return calendarList.error();
+    auto calendarList = LUMETTA_TRY(calendars());
     ToDoListing all;
-    for (const Calendar& calendar : calendarList.value()) {
+    for (const Calendar& calendar : calendarList) {
         auto listing = toDos(calendar);
         if (!listing) {
             all.skipped.push_back(listing.error());
@@ -113,11 +109,9 @@ Result<ToDoListing> ToDoStore::allToDos() const {
 }
 
 Result<ToDoListing> ToDoStore::toDosModifiedSince(platform::Date date) const {
-    auto calendarList = calendars();
-    if (!calendarList)
-        return calendarList.error();
+    auto calendarList = LUMETTA_TRY(calendars());
     ToDoListing changed;
-    for (const Calendar& calendar : calendarList.value()) {
+    for (const Calendar& calendar : calendarList) {
         auto files = CalendarFolders::itemFiles(calendar.folder);
         if (!files) {
             changed.skipped.push_back(files.error());
@@ -138,14 +132,12 @@ Result<ToDoListing> ToDoStore::toDosModifiedSince(platform::Date date) const {
 }
 
 Result<ToDo> ToDoStore::findToDo(std::string_view uid) const {
-    auto calendarList = calendars();
-    if (!calendarList)
-        return calendarList.error();
+    auto calendarList = LUMETTA_TRY(calendars());
     // Files are named after their UID when this store or most other programs make them;
     // only a UID that is not found that way costs a look at every file.
     const std::string quoted = "\"" + std::string(uid) + "\"";
     if (ToDoUid::isSafeFileName(uid)) {
-        for (const Calendar& calendar : calendarList.value()) {
+        for (const Calendar& calendar : calendarList) {
             const fs::path file = calendar.folder / (std::string(uid) + ".ics");
             std::error_code ec;
             if (!fs::is_regular_file(file, ec))
@@ -161,7 +153,7 @@ Result<ToDo> ToDoStore::findToDo(std::string_view uid) const {
     // "No such to-do" is an answer clients act on (a message loses its link to it), so it
     // is given only when every item file could be read: a damaged one may hold the UID.
     std::vector<platform::Error> unreadable;
-    for (const Calendar& calendar : calendarList.value()) {
+    for (const Calendar& calendar : calendarList) {
         auto listing = toDos(calendar);
         if (!listing) {
             unreadable.push_back(listing.error());
@@ -187,18 +179,13 @@ Result<ToDo> ToDoStore::findToDo(std::string_view uid) const {
 }
 
 Result<ToDo> ToDoStore::createToDo(std::string_view calendarName, const ToDoProperties& properties) {
-    auto calendar = findCalendar(calendarName);
-    if (!calendar)
-        return calendar.error();
-    if (auto writable = CalendarFolders::checkWritable(calendar.value().folder); !writable)
-        return writable.error();
-    auto calendarList = calendars();
-    if (!calendarList)
-        return calendarList.error();
+    auto calendar = LUMETTA_TRY(findCalendar(calendarName));
+    LUMETTA_TRY_VOID(CalendarFolders::checkWritable(calendar.folder));
+    const auto calendarList = LUMETTA_TRY(calendars());
     std::string uid;
     const auto taken = [&calendarList](const std::string& candidate) {
         std::error_code ec;
-        for (const Calendar& other : calendarList.value())
+        for (const Calendar& other : calendarList)
             if (fs::exists(other.folder / (candidate + ".ics"), ec))
                 return true;
         return false;
@@ -206,52 +193,41 @@ Result<ToDo> ToDoStore::createToDo(std::string_view calendarName, const ToDoProp
     do
         uid = ToDoUid::generate();
     while (taken(uid));
-    auto bytes = ToDoEditor::compose(uid, properties, platform::Clock::now());
-    if (!bytes)
-        return bytes.error();
-    const fs::path file = calendar.value().folder / (uid + ".ics");
-    if (auto written = platform::AtomicFile::write(file, bytes.value()); !written)
-        return written.error();
-    return load(file, calendar.value());
+    auto bytes = LUMETTA_TRY(ToDoEditor::compose(uid, properties, platform::Clock::now()));
+    const fs::path file = calendar.folder / (uid + ".ics");
+    LUMETTA_TRY_VOID(platform::AtomicFile::write(file, bytes));
+    return load(file, calendar);
 }
 
 Result<ToDo> ToDoStore::change(std::string_view uid, const Edit& edit) {
     for (int attempt = 0; attempt < kChangeAttempts; ++attempt) {
-        auto toDo = findToDo(uid);
-        if (!toDo)
-            return toDo.error();
-        const fs::path file = toDo.value().file;
-        if (auto writable = CalendarFolders::checkWritable(toDo.value().calendar.folder); !writable)
-            return writable.error();
+        auto toDo = LUMETTA_TRY(findToDo(uid));
+        const fs::path file = toDo.file;
+        LUMETTA_TRY_VOID(CalendarFolders::checkWritable(toDo.calendar.folder));
         auto contents = ItemFile::read(file);
         if (!contents && contents.error().code == ENOENT)
             continue; // moved or deleted since it was found: look again
         if (!contents)
             return contents.error();
-        if (auto writable = checkFileWritable(contents.value().identity, file); !writable)
-            return writable.error();
+        LUMETTA_TRY_VOID(checkFileWritable(contents.value().identity, file));
         auto editor = ToDoEditor::open(contents.value().bytes);
         if (!editor)
             return platform::makeError(file.string() + " is not a readable to-do: " + editor.error().message,
                                        EBADMSG);
-        if (auto edited = edit(editor.value()); !edited)
-            return edited.error();
+        LUMETTA_TRY_VOID(edit(editor.value()));
         // An unchanged to-do keeps its file and stamp, so the next modified-since query
         // does not list it again.
         if (!editor.value().changed())
-            return std::move(toDo.value());
+            return toDo;
         editor.value().touch(platform::Clock::now());
-        auto bytes = editor.value().finish();
-        if (!bytes)
-            return bytes.error();
+        auto bytes = LUMETTA_TRY(editor.value().finish());
         // Another program may have written the file since it was read: start again from
         // its version rather than overwrite its change.
         auto current = ItemFile::identify(file);
         if (!current || !(current.value() == contents.value().identity))
             continue;
-        if (auto written = replace(file, bytes.value(), contents.value().identity); !written)
-            return written.error();
-        return load(file, toDo.value().calendar);
+        LUMETTA_TRY_VOID(replace(file, bytes, contents.value().identity));
+        return load(file, toDo.calendar);
     }
     return platform::makeError(
         "the to-do \"" + std::string(uid) + "\" kept changing while it was being changed", EAGAIN);
@@ -290,59 +266,44 @@ Result<ToDo> ToDoStore::moveDisplayAlarm(std::string_view uid, std::size_t index
 }
 
 Result<ToDo> ToDoStore::moveToDo(std::string_view uid, std::string_view calendarName) {
-    auto target = findCalendar(calendarName);
-    if (!target)
-        return target.error();
-    auto toDo = findToDo(uid);
-    if (!toDo)
-        return toDo.error();
-    const Calendar& source = toDo.value().calendar;
-    if (source.folder == target.value().folder)
+    auto target = LUMETTA_TRY(findCalendar(calendarName));
+    auto toDo = LUMETTA_TRY(findToDo(uid));
+    const Calendar& source = toDo.calendar;
+    if (source.folder == target.folder)
         return toDo;
-    for (const fs::path& folder : {source.folder, target.value().folder})
-        if (auto writable = CalendarFolders::checkWritable(folder); !writable)
-            return writable.error();
-    const fs::path from = toDo.value().file;
-    const fs::path to = target.value().folder / from.filename();
+    for (const fs::path& folder : {source.folder, target.folder})
+        LUMETTA_TRY_VOID(CalendarFolders::checkWritable(folder));
+    const fs::path from = toDo.file;
+    const fs::path to = target.folder / from.filename();
     std::error_code ec;
     if (fs::exists(to, ec))
         return platform::makeError(to.string() + " exists already: the to-do is not moved", EEXIST);
-    auto contents = ItemFile::read(from);
-    if (!contents)
-        return contents.error();
-    if (auto writable = checkFileWritable(contents.value().identity, from); !writable)
-        return writable.error();
-    auto editor = ToDoEditor::open(contents.value().bytes);
+    auto contents = LUMETTA_TRY(ItemFile::read(from));
+    LUMETTA_TRY_VOID(checkFileWritable(contents.identity, from));
+    auto editor = ToDoEditor::open(contents.bytes);
     if (!editor)
         return platform::makeError(from.string() + " is not a readable to-do: " + editor.error().message,
                                    EBADMSG);
     editor.value().touch(platform::Clock::now());
-    auto bytes = editor.value().finish();
-    if (!bytes)
-        return bytes.error();
+    auto bytes = LUMETTA_TRY(editor.value().finish());
     // The copy is complete before the original goes, so a crash in between leaves the
     // to-do twice rather than not at all.
-    if (auto written = replace(to, bytes.value(), contents.value().identity); !written)
-        return written.error();
+    LUMETTA_TRY_VOID(replace(to, bytes, contents.identity));
     if (::unlink(from.c_str()) != 0 && errno != ENOENT) {
         const int err = errno;
         ::unlink(to.c_str());
         return platform::makeError("cannot remove " + from.string() + ": " + std::strerror(err), err);
     }
-    return load(to, target.value());
+    return load(to, target);
 }
 
 Result<void> ToDoStore::deleteToDo(std::string_view uid) {
-    auto toDo = findToDo(uid);
-    if (!toDo)
-        return toDo.error();
-    const fs::path& file = toDo.value().file;
-    if (auto writable = CalendarFolders::checkWritable(toDo.value().calendar.folder); !writable)
-        return writable.error();
+    auto toDo = LUMETTA_TRY(findToDo(uid));
+    const fs::path& file = toDo.file;
+    LUMETTA_TRY_VOID(CalendarFolders::checkWritable(toDo.calendar.folder));
     auto identity = ItemFile::identify(file);
     if (identity)
-        if (auto writable = checkFileWritable(identity.value(), file); !writable)
-            return writable.error();
+        LUMETTA_TRY_VOID(checkFileWritable(identity.value(), file));
     if (::unlink(file.c_str()) != 0 && errno != ENOENT)
         return platform::makeError("cannot delete " + file.string() + ": " + std::strerror(errno), errno);
     return {};
