@@ -1,5 +1,6 @@
 #include "platform/spotlight/MetadataStore.h"
 
+#include "platform/foundation/IgnoreError.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/Text.h"
 
@@ -123,12 +124,15 @@ Result<void> MetadataStore::inTransaction(bool write, const std::function<Result
         return result;
     if (!result) {
         lastItem_.reset(); // it may name a row the rollback takes away
-        (void)db_->exec(outermost ? "ROLLBACK" : "ROLLBACK TO store; RELEASE store");
+        platform::ignoreError(
+            db_->exec(outermost ? "ROLLBACK" : "ROLLBACK TO store; RELEASE store"),
+            "metadata rollback: the failure that ended the transaction is the one passed on");
         return result;
     }
     if (auto r = control(outermost ? "COMMIT" : "RELEASE store"); !r) {
         if (outermost)
-            (void)db_->exec("ROLLBACK");
+            platform::ignoreError(db_->exec("ROLLBACK"),
+                                  "metadata rollback after a failed commit, whose error is passed on");
         return r;
     }
     return {};
@@ -150,7 +154,8 @@ MetadataStore::Transaction::~Transaction() {
         return;
     --store_.depth_;
     store_.lastItem_.reset();
-    (void)store_.db_->exec(outermost_ ? "ROLLBACK" : "ROLLBACK TO store; RELEASE store");
+    platform::ignoreError(store_.db_->exec(outermost_ ? "ROLLBACK" : "ROLLBACK TO store; RELEASE store"),
+                          "metadata batch left uncommitted: nothing of it may stay");
 }
 
 Result<void> MetadataStore::Transaction::commit() {
@@ -160,7 +165,8 @@ Result<void> MetadataStore::Transaction::commit() {
     --store_.depth_;
     store_.lastItem_.reset();
     if (auto r = store_.control(outermost_ ? "COMMIT" : "RELEASE store"); !r) {
-        (void)store_.db_->exec(outermost_ ? "ROLLBACK" : "ROLLBACK TO store; RELEASE store");
+        platform::ignoreError(store_.db_->exec(outermost_ ? "ROLLBACK" : "ROLLBACK TO store; RELEASE store"),
+                              "metadata rollback after a failed commit, whose error is passed on");
         return r;
     }
     return {};

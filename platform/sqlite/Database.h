@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/foundation/IgnoreError.h"
 #include "platform/foundation/Result.h"
 #include "platform/sqlite/Statement.h"
 #include "platform/sqlite/StatementCache.h"
@@ -37,7 +38,7 @@ public:
             return r;
         Result<void> result = body();
         if (!result) {
-            (void)exec("ROLLBACK");
+            ignoreError(exec("ROLLBACK"), "rollback: the failure of the transaction's body is passed on");
             return result;
         }
         return exec("COMMIT");
