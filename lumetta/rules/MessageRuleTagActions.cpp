@@ -10,6 +10,7 @@
 #include "mailhost/mail/MessageSorting.h"
 #include "mailhost/mail/MessageStore.h"
 #include "platform/foundation/CalendarDateFormatter.h"
+#include "platform/foundation/IgnoreError.h"
 #include "platform/foundation/UserDefaults.h"
 #include "platform/runtime/Bundle.h"
 #include "platform/runtime/Runtime.h"
@@ -77,7 +78,8 @@ public:
     }
     void pause() {
         if (open_)
-            (void)open_->commit();
+            platform::ignoreError(open_->commit(),
+                                  "metadata batch: a failed commit leaves the index to the next reindex");
         open_.reset();
     }
 

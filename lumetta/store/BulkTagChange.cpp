@@ -2,6 +2,7 @@
 
 #include "lumetta/store/MessageTags.h"
 #include "lumetta/store/TagRecord.h"
+#include "platform/foundation/IgnoreError.h"
 #include "platform/spotlight/MetadataStore.h"
 
 #include <optional>
@@ -48,7 +49,8 @@ void BulkTagChange::commit() {
         for (const auto& message : changed_)
             MessageTags::lumettaSynchroniseWithSpotlight(*message);
         if (batch)
-            (void)batch->commit();
+            platform::ignoreError(batch->commit(),
+                                  "metadata batch: a failed commit leaves the index to the next reindex");
     }
     mailhost::Library::flagsChangedForMessages(changed_);
     mailhost::Library::updateMessageFiles(nullptr);

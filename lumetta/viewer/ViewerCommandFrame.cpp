@@ -1,6 +1,7 @@
 #include "lumetta/viewer/ViewerCommandFrame.h"
 
 #include "lumetta/store/MessageTags.h"
+#include "platform/foundation/IgnoreError.h"
 #include "platform/foundation/NotificationCenter.h"
 #include "platform/spotlight/MetadataStore.h"
 
@@ -65,7 +66,8 @@ void ViewerCommandFrame::inIndexBatch(const std::function<void()>& body) {
         batch.emplace(*store);
     body();
     if (batch)
-        (void)batch->commit(); // a failed commit leaves the index to the next reindex
+        platform::ignoreError(batch->commit(),
+                              "metadata batch: a failed commit leaves the index to the next reindex");
 }
 
 } // namespace lumetta

@@ -6,6 +6,7 @@
 #include "mailhost/mail/LibrarySeams.h"
 #include "mailhost/mail/MessageEnvelope.h"
 #include "platform/foundation/AtomicFile.h"
+#include "platform/foundation/IgnoreError.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/NotificationCenter.h"
 #include "platform/foundation/PrivateFolder.h"
@@ -223,12 +224,13 @@ Result<std::shared_ptr<LibraryMessage>> Library::addMessage(const std::string& m
         LibrarySeams::table().cls, message.get(), envelope.subject, envelope.sender, envelope.recipients,
         envelope.dateSent, std::string(), std::string(), flags, plist);
     const std::string path = message->path().string();
-    // A failure here shows as the write's.
-    (void)platform::PrivateFolder::create(message->path().parent_path());
+    platform::ignoreError(platform::PrivateFolder::create(message->path().parent_path()),
+                          "message folder: a missing folder fails the write below, which is reported");
     FileWriteScope writing;
     if (plistBytes.empty() || !(*LibrarySeams::table().writeWithBody)(LibrarySeams::table().cls, path,
                                                                       message.get(), bytes, plistBytes)) {
-        (void)index_->remove(envelope.rowid);
+        platform::ignoreError(index_->remove(envelope.rowid),
+                              "index entry of a message not written: a rebuild drops a stale row");
         return platform::makeError("cannot write " + path);
     }
     return message;
@@ -245,7 +247,7 @@ Library::BulkAdd::BulkAdd(Library& library) : library_(library) {
 Library::BulkAdd::~BulkAdd() {
     if (open_) {
         library_.metadataBatch_.reset();
-        (void)library_.index_->rollback();
+        platform::ignoreError(library_.index_->rollback(), "envelope index batch never committed");
         library_.deferFlush_ = false;
     }
 }
@@ -258,7 +260,8 @@ Result<void> Library::BulkAdd::commit() {
     // Files first: the index must never name a message whose file could still be lost.
     if (auto synced = platform::AtomicFile::syncFileSystem(library_.layout_.root()); !synced) {
         library_.metadataBatch_.reset();
-        (void)library_.index_->rollback();
+        platform::ignoreError(library_.index_->rollback(),
+                              "envelope index rollback after a failed sync, whose error is passed on");
         return synced;
     }
     if (auto committed = library_.index_->commit(); !committed) {

@@ -6,6 +6,7 @@
 #include "mailhost/mail/MessageEnvelope.h"
 #include "mailhost/message/MessageHeaders.h"
 #include "platform/foundation/AtomicFile.h"
+#include "platform/foundation/IgnoreError.h"
 #include "platform/foundation/Value.h"
 
 #include <algorithm>
@@ -157,7 +158,8 @@ Result<LibraryAdoption::Report> LibraryAdoption::adoptMailbox(Library& library, 
         auto written =
             bytes ? platform::AtomicFile::write(target, bytes.value()) : Result<void>(bytes.error());
         if (!written) {
-            (void)library.index().remove(inserted.value());
+            platform::ignoreError(library.index().remove(inserted.value()),
+                                  "index entry of a file not copied, itself reported as skipped");
             report.skipped.push_back(file.string() + ": " + written.error().message);
             continue;
         }

@@ -2,6 +2,7 @@
 
 #include "mailhost/library/EmlxFile.h"
 #include "platform/foundation/AtomicFile.h"
+#include "platform/foundation/IgnoreError.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/PropertyList.h"
 #include "platform/foundation/Value.h"
@@ -187,7 +188,8 @@ void LibrarySeams::updateFileForMessage(Class*, Sel, Message* message) {
     if (!library || !stored)
         return;
     library->markChanged({library->message(stored->libraryID())});
-    (void)library->writeChangedMessages();
+    platform::ignoreError(library->writeChangedMessages(),
+                          "each message not saved is reported to the user by the save itself");
 }
 
 std::optional<DuplicateMap> LibrarySeams::duplicateMessages(Class*, Sel, MessageList messages,
@@ -219,7 +221,8 @@ std::optional<DuplicateMap> LibrarySeams::duplicateMessages(Class*, Sel, Message
         if (i < newRemoteIDs.size() && !newRemoteIDs[i].empty()) {
             Envelope e = copy.value()->envelope();
             e.remoteID = newRemoteIDs[i];
-            (void)library->index().update(e);
+            platform::ignoreError(library->index().update(e),
+                                  "server id of a copy: the copy stands without it");
         }
         copies.emplace_back(messages[i], copy.value());
     }

@@ -3,6 +3,7 @@
 #include "mailhost/library/EmlxFile.h"
 #include "mailhost/mail/Library.h"
 #include "mailhost/message/MessageBody.h"
+#include "platform/foundation/IgnoreError.h"
 #include "platform/foundation/Log.h"
 #include "platform/foundation/Value.h"
 #include "platform/runtime/Runtime.h"
@@ -31,7 +32,8 @@ std::shared_ptr<Message> failure(const std::string& why) {
 // Takes a message this writer stored back out again, so that a failure after the
 // store leaves the library as it was before.
 void discard(Library& library, const LibraryMessage& message) {
-    (void)library.index().remove(message.libraryID());
+    platform::ignoreError(library.index().remove(message.libraryID()),
+                          "index entry of a message taken back out: a rebuild drops a stale row");
     library.indexer().forgetMessageFile(message.path().string());
     std::error_code ec;
     fs::remove(message.path(), ec);
