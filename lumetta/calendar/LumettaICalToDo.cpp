@@ -78,6 +78,14 @@ void LumettaICalToDo::beginCall() {
     gone_ = false;
 }
 
+void LumettaICalToDo::withCalendar(const std::function<void()>& work) {
+    onMainThread([&] {
+        beginCall();
+        launchICal();
+        work();
+    });
+}
+
 std::optional<AppleEvent> LumettaICalToDo::query(const AppleEvent& event) {
     // A calendar that just let a send run out of time is not waited for again: a refresh
     // over many messages would otherwise wait a timeout for each of them.
@@ -142,37 +150,21 @@ void LumettaICalToDo::launchICal() {
 // -- Public methods: each on the main thread --------------------------------------------
 
 void LumettaICalToDo::createToDoInICalUsingDictionary(const std::optional<Dictionary>& properties) {
-    onMainThread([&] {
-        beginCall();
-        launchICal();
-        _createToDoInICalUsingDictionary(properties);
-    });
+    withCalendar([&] { _createToDoInICalUsingDictionary(properties); });
 }
 
 bool LumettaICalToDo::deleteICalEvent() {
     bool done = false;
-    onMainThread([&] {
-        beginCall();
-        launchICal();
-        done = _deleteICalEventWithUID(iCalUID_);
-    });
+    withCalendar([&] { done = _deleteICalEventWithUID(iCalUID_); });
     return done;
 }
 
 void LumettaICalToDo::setTitle(const std::optional<std::string>& title) {
-    onMainThread([&] {
-        beginCall();
-        launchICal();
-        _setStringValue(title, ICalCodes::pSummary);
-    });
+    withCalendar([&] { _setStringValue(title, ICalCodes::pSummary); });
 }
 
 void LumettaICalToDo::setPriority(int priority) {
-    onMainThread([&] {
-        beginCall();
-        launchICal();
-        _setPriority(Value(priority));
-    });
+    withCalendar([&] { _setPriority(Value(priority)); });
 }
 
 void LumettaICalToDo::setURL(const std::optional<std::string>& url) {
@@ -184,43 +176,23 @@ void LumettaICalToDo::setURL(const std::optional<std::string>& url) {
 }
 
 void LumettaICalToDo::setDescription(const std::optional<std::string>& description) {
-    onMainThread([&] {
-        beginCall();
-        launchICal();
-        _setStringValue(description, ICalCodes::pNotes);
-    });
+    withCalendar([&] { _setStringValue(description, ICalCodes::pNotes); });
 }
 
 void LumettaICalToDo::setCalendar(const std::optional<std::string>& calendar) {
-    onMainThread([&] {
-        beginCall();
-        launchICal();
-        _setCalendar(calendar);
-    });
+    withCalendar([&] { _setCalendar(calendar); });
 }
 
 void LumettaICalToDo::setCompleteStateTo(const Value& state) {
-    onMainThread([&] {
-        beginCall();
-        launchICal();
-        _setCompleteStateTo(state);
-    });
+    withCalendar([&] { _setCompleteStateTo(state); });
 }
 
 void LumettaICalToDo::setDueDate(const std::optional<platform::Date>& dueDate) {
-    onMainThread([&] {
-        beginCall();
-        launchICal();
-        _setDueDate(dueDate);
-    });
+    withCalendar([&] { _setDueDate(dueDate); });
 }
 
 void LumettaICalToDo::setDisplayAlarm(const platform::Date& alarm) {
-    onMainThread([&] {
-        beginCall();
-        launchICal();
-        _setAlarm(alarm);
-    });
+    withCalendar([&] { _setAlarm(alarm); });
 }
 
 std::optional<Dictionary> LumettaICalToDo::properties() {
@@ -234,11 +206,7 @@ std::optional<Dictionary> LumettaICalToDo::properties() {
 }
 
 void LumettaICalToDo::viewToDoInICal() {
-    onMainThread([&] {
-        beginCall();
-        launchICal();
-        _viewToDoInICal();
-    });
+    withCalendar([&] { _viewToDoInICal(); });
 }
 
 // -- Workers -------------------------------------------------------------------------------

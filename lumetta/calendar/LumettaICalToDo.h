@@ -115,6 +115,9 @@ private:
     void command(const AppleEvent& event);
     // Forgets what the previous public call learnt of the calendar's state.
     void beginCall();
+    // A public call's work: on the main thread, a fresh account of trouble, the calendar
+    // started if it is not running.
+    void withCalendar(const std::function<void()>& work);
 
     void _fetchICalToDoReferenceForUID(const std::optional<std::string>& uid);
     // The start of every change to an existing to-do: the reference, found by UID when

@@ -1,6 +1,7 @@
 #include "mailhost/import/EmlSource.h"
 
 #include "mailhost/import/InputFile.h"
+#include "mailhost/library/EmlxFile.h"
 #include "platform/foundation/PropertyList.h"
 
 #include <string_view>
@@ -32,18 +33,6 @@ void applyFlags(std::uint64_t flags, ImportedMessage& out) {
     out.flagged = (flags & (1u << 4)) != 0;
     out.draft = (flags & (1u << 6)) != 0;
     out.forwarded = (flags & (1u << 8)) != 0;
-}
-
-// The keys of an .emlx record that stay with the message in its new library: all
-// but those the library sets itself (the flags and arrival date, read above) and those
-// naming where the message lay before (a server's identifier, the mailbox it came
-// from), which mean nothing here.
-platform::Dictionary carriedProperties(const platform::Dictionary& record) {
-    platform::Dictionary carried;
-    for (const auto& [key, value] : record.entries())
-        if (key != "flags" && key != "date-received" && key != "remote-id" && key != "original-mailbox")
-            carried.set(key, value);
-    return carried;
 }
 
 } // namespace
@@ -115,7 +104,9 @@ platform::Result<bool> EmlSource::takeEmlx(std::string file, ImportedMessage& ou
             if (received.isNumber() && received.doubleValue() > 0) {
                 out.receivedDate = platform::Date::fromUnix(received.doubleValue());
             }
-            out.properties = carriedProperties(record);
+            // The mailbox it came from means nothing in this library.
+            out.properties = EmlxFile::messageProperties(record);
+            out.properties.remove("original-mailbox");
         }
     }
     file.erase(start + count);

@@ -136,6 +136,14 @@ Result<std::string> EmlxFile::compose(std::string_view messageBytes, const Dicti
     return out;
 }
 
+Dictionary EmlxFile::messageProperties(const Dictionary& plist) {
+    Dictionary carried;
+    for (const auto& [key, value] : plist.entries())
+        if (key != "flags" && key != "date-received" && key != "remote-id")
+            carried.set(key, value);
+    return carried;
+}
+
 Result<std::string> EmlxFile::tailBytes(const Dictionary& plist) {
     auto xml = platform::PropertyList::xml(platform::Value(plist));
     if (!xml)

@@ -65,6 +65,11 @@ public:
     // it, the message, then the property list.
     [[nodiscard]] static platform::Result<std::string> compose(std::string_view messageBytes,
                                                                const platform::Dictionary& plist);
+    // The keys of a property list that belong to the message itself, to go with it into a
+    // new file (a colour, a plug-in's tags, what other clients wrote): all but the flags
+    // and the arrival date, which the new file states anew, and the server's identifier,
+    // which names the copy on the server, not the new one.
+    static platform::Dictionary messageProperties(const platform::Dictionary& plist);
     // The property-list tail for `plist`, exactly as the client writes it.
     [[nodiscard]] static platform::Result<std::string> tailBytes(const platform::Dictionary& plist);
 

@@ -74,6 +74,23 @@ std::string jsonList(std::span<const std::int64_t> rowids) {
     return list;
 }
 
+// Runs `select` ("SELECT ... FROM messages") over the rows named, `take` seeing each
+// result row. A failing statement takes nothing: a listing then shows fewer messages,
+// as it would had they gone meanwhile.
+template <class Take>
+void eachRowOf(platform::sqlite::Database& db, const std::string& select,
+               std::span<const std::int64_t> rowids, Take take) {
+    if (rowids.empty())
+        return;
+    auto s = db.cached(select + " WHERE ROWID IN (SELECT value FROM json_each(?1))");
+    if (!s)
+        return;
+    const std::string list = jsonList(rowids);
+    s.value()->bind(1, std::string_view(list));
+    while (s.value()->step().valueOr(false))
+        take(*s.value());
+}
+
 } // namespace
 
 Result<std::unique_ptr<EnvelopeIndex>> EnvelopeIndex::open(const std::filesystem::path& file) {
@@ -174,33 +191,19 @@ std::optional<Envelope> EnvelopeIndex::message(std::int64_t rowid) const {
 
 std::vector<Envelope> EnvelopeIndex::messages(std::span<const std::int64_t> rowids) const {
     std::vector<Envelope> out;
-    if (rowids.empty())
-        return out;
-    auto s = db_->cached(std::string("SELECT ") + kColumns +
-                         " FROM messages WHERE ROWID IN (SELECT value FROM json_each(?1))");
-    if (!s)
-        return out;
-    const std::string list = jsonList(rowids);
-    s.value()->bind(1, std::string_view(list));
     out.reserve(rowids.size());
-    while (s.value()->step().valueOr(false))
-        out.push_back(readEnvelope(*s.value()));
+    eachRowOf(*db_, std::string("SELECT ") + kColumns + " FROM messages", rowids,
+              [&](platform::sqlite::Statement& row) { out.push_back(readEnvelope(row)); });
     return out;
 }
 
 std::vector<MessagePlace> EnvelopeIndex::places(std::span<const std::int64_t> rowids) const {
     std::vector<MessagePlace> out;
-    if (rowids.empty())
-        return out;
-    auto s = db_->cached("SELECT ROWID, mailbox, partial FROM messages WHERE ROWID IN "
-                         "(SELECT value FROM json_each(?1))");
-    if (!s)
-        return out;
-    const std::string list = jsonList(rowids);
-    s.value()->bind(1, std::string_view(list));
     out.reserve(rowids.size());
-    while (s.value()->step().valueOr(false))
-        out.push_back({s.value()->columnInt(0), s.value()->columnInt(1), s.value()->columnInt(2) != 0});
+    eachRowOf(*db_, "SELECT ROWID, mailbox, partial FROM messages", rowids,
+              [&](platform::sqlite::Statement& row) {
+                  out.push_back({row.columnInt(0), row.columnInt(1), row.columnInt(2) != 0});
+              });
     return out;
 }
 

@@ -39,17 +39,6 @@ void discard(Library& library, const LibraryMessage& message) {
     fs::remove(message.path(), ec);
 }
 
-// The keys the new file does not get on its own but that belong to the message, not
-// to its bytes: a colour, the plug-in's tags, what other clients wrote. The server's
-// identifier stays behind: the copy on the server is the original, not this one.
-Dictionary keysToCarry(const Dictionary& original) {
-    Dictionary carried;
-    for (const auto& [key, value] : original.entries())
-        if (key != "remote-id" && key != "flags" && key != "date-received")
-            carried.set(key, value);
-    return carried;
-}
-
 } // namespace
 
 Class& MessageWriter::registerClass() {
@@ -109,8 +98,9 @@ MessageWriter::hostCreateMessageByRemovingAttachments(Object*, Sel, std::shared_
 
     // The new message is complete on disk, with what it carries, before anything of
     // the original goes; it is written once, so that its search entry follows it.
-    auto added = library->addMessage(original->mailboxName(), stripped.value(), original->flags(),
-                                     envelope->dateReceived, keysToCarry(file.value().plist()));
+    auto added =
+        library->addMessage(original->mailboxName(), stripped.value(), original->flags(),
+                            envelope->dateReceived, EmlxFile::messageProperties(file.value().plist()));
     if (!added)
         return failure(added.error().message);
     LibraryMessage& replacement = *added.value();

@@ -7,15 +7,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Each command must succeed; its output for the checks that follow.
-#define RUN_OK(output, call)                                                                                 \
-    const CommandOutput output = call;                                                                       \
-    ASSERT_EQ(output.status, 0) << output.text
-
-bool has(const CommandOutput& output, const std::string& part) {
-    return output.text.find(part) != std::string::npos;
-}
-
 class CommandLineCalendarTest : public CalendarWorld {
 protected:
     // One tagged message in a new library; the calendar started by the client itself.

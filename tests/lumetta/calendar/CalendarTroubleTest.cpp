@@ -13,14 +13,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-#define RUN_OK(output, call)                                                                                 \
-    const CommandOutput output = call;                                                                       \
-    ASSERT_EQ(output.status, 0) << output.text
-
-bool has(const CommandOutput& output, const std::string& part) {
-    return output.text.find(part) != std::string::npos;
-}
-
 class CalendarTroubleTest : public CalendarWorld {
 protected:
     // `count` messages in a new library, each linked to a to-do due 2030-03-05 whose due

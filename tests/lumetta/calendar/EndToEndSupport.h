@@ -16,6 +16,15 @@ namespace caltodo {
 using testsupport::CommandOutput;
 using testsupport::runCommand;
 
+// Each command must succeed; its output for the checks that follow.
+#define RUN_OK(output, call)                                                                                 \
+    const CommandOutput output = call;                                                                       \
+    ASSERT_EQ(output.status, 0) << output.text
+
+inline bool has(const CommandOutput& output, const std::string& part) {
+    return output.text.find(part) != std::string::npos;
+}
+
 // A program of this build tree: the test programs sit in <build>/tests, the client's
 // programs in <build>/mailhost and the bundle in <build>/lumetta.
 std::filesystem::path builtPath(const std::string& relative);

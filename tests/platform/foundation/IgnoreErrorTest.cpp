@@ -39,11 +39,4 @@ TEST(IgnoreErrorTest, AFailureLogsOneLineWithTheReasonAndTheError) {
     }
 }
 
-TEST(IgnoreErrorTest, AVoidFailureIsLoggedLikeAnyOther) {
-    platform::ScopedLogCapture log;
-    platform::ignoreError(Result<void>(makeError("no such table", 1)), "metadata commit");
-    EXPECT_TRUE(log.contains("metadata commit"));
-    EXPECT_TRUE(log.contains("no such table"));
-}
-
 } // namespace
